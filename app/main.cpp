@@ -1,0 +1,132 @@
+// vyrlua-host: runs a Lua script inside the reference host.
+#include "app/HostRuntime.h"
+
+#include "vyrcore/config.h"
+#include "vyrcore/debug.h"
+#include "vyrcrashreporter/CrashReporter.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char* kUsage = R"(usage: vyrlua-host [options] SCRIPT [ARGS...]
+
+Runs SCRIPT in the reference host with the vyrlua library loaded. ARGS are
+passed to the script as arg[1..] and as the chunk's "...".
+
+options:
+  --help                 show this text and exit
+  --resources DIR        serve the host's Lua resources from DIR
+  --embedded-last        look for resource-held modules after Lua files on disk
+  --translations FILE    load a translation table for localised texts
+  --trace SPEC           log levels by category, e.g. vyrlua=trace,LuaCrashReporter=info
+                         (default: the VYRLUA_TRACE environment variable)
+  --log-file FILE        write log lines to FILE instead of stderr
+  --crash-report FILE    on a fatal signal, write a crash report to FILE
+
+Exit status: 0 when the script ran to its end, 1 on an error (its text goes
+to stderr), 2 on bad options.
+)";
+
+struct Options {
+    vyrhost::HostOptions host;
+    std::string translations;
+    std::string trace;
+    std::string logFile;
+    std::string crashReport;
+    std::string script;
+    std::vector<std::string> args;
+};
+
+int Fail(const std::string& message)
+{
+    std::cerr << "vyrlua-host: " << message << "\n";
+    return 2;
+}
+
+// Returns -1 when the options are good, else the exit status.
+int ParseOptions(int argc, char** argv, Options& options)
+{
+    if (const char* trace = std::getenv("VYRLUA_TRACE"))
+        options.trace = trace;
+    int i = 1;
+    for (; i < argc && argv[i][0] == '-'; ++i) {
+        std::string option = argv[i];
+        auto value = [&](std::string& into) {
+            if (i + 1 >= argc)
+                return false;
+            into = argv[++i];
+            return true;
+        };
+        if (option == "--help") {
+            std::cout << kUsage;
+            return 0;
+        }
+        if (option == "--embedded-last") {
+            options.host.embeddedFirst = false;
+        } else if (option == "--resources") {
+            if (!value(options.host.resourceDir))
+                return Fail("--resources needs a directory");
+        } else if (option == "--translations") {
+            if (!value(options.translations))
+                return Fail("--translations needs a file");
+        } else if (option == "--trace") {
+            if (!value(options.trace))
+                return Fail("--trace needs a specification");
+        } else if (option == "--log-file") {
+            if (!value(options.logFile))
+                return Fail("--log-file needs a file");
+        } else if (option == "--crash-report") {
+            if (!value(options.crashReport))
+                return Fail("--crash-report needs a file");
+        } else if (option == "--") {
+            ++i;
+            break;
+        } else {
+            return Fail("unknown option " + option + " (see --help)");
+        }
+    }
+    if (i >= argc)
+        return Fail("no script given (see --help)");
+    options.script = argv[i++];
+    options.args.assign(argv + i, argv + argc);
+    return -1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    if (int status = ParseOptions(argc, argv, options); status >= 0)
+        return status;
+
+    std::string error;
+    if (!options.trace.empty() && !vyrcore::debug::ConfigureLevels(options.trace, &error))
+        return Fail(error);
+    if (!options.logFile.empty() && !vyrcore::debug::SetLogFile(options.logFile))
+        return Fail("cannot open log file " + options.logFile);
+    if (!options.crashReport.empty())
+        vyrcrashreporter::CrashReporter::GetInstance().InstallHandler(options.crashReport);
+    if (!options.translations.empty() &&
+        !vyrcore::config::Localizer::Get().LoadTranslationFile(options.translations, &error))
+        return Fail(error);
+    vyrcore::config::SetErrorSink(
+        [](const std::string& message) { std::cerr << "vyrlua-host: error: " << message << "\n"; });
+
+    try {
+        vyrhost::HostRuntime runtime(options.host);
+        error = runtime.RunFile(options.script, options.args);
+    } catch (const std::exception& e) {
+        error = e.what();
+    }
+    if (!error.empty()) {
+        std::cerr << error << "\n";
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,19 @@
+# Third-party libraries, all from Debian packages.
+find_package(PkgConfig REQUIRED)
+find_package(Boost 1.74 REQUIRED COMPONENTS regex)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+
+# Headers: always the 5.1 ones, so vyrlua.so is one binary for both Lua builds.
+add_library(vyr_lua_headers INTERFACE)
+target_include_directories(vyr_lua_headers SYSTEM INTERFACE /usr/include/lua5.1)
+
+# The Lua runtime the host links.
+if(VYRLUA_LUA STREQUAL "LUAJIT")
+  pkg_check_modules(LUART REQUIRED IMPORTED_TARGET luajit)
+  set(VYRLUA_LUA_NAME "LuaJIT 2.1")
+else()
+  pkg_check_modules(LUART REQUIRED IMPORTED_TARGET lua5.1)
+  set(VYRLUA_LUA_NAME "Lua 5.1")
+endif()
+add_library(vyr_lua_runtime INTERFACE)
+target_link_libraries(vyr_lua_runtime INTERFACE vyr_lua_headers ${LUART_LINK_LIBRARIES})

@@ -1,0 +1,90 @@
+#include "KzKernel/KzKernel.h"
+
+#include <atomic>
+
+namespace {
+
+// The one host state; the locator answers with it until it is closed.
+std::atomic<lua_State*> gHostState{nullptr};
+std::atomic<KzRunProtectedCallHook> gProtectedCallHook{nullptr};
+
+constexpr const char* kLocatorKey = "dlsl-fn";
+
+} // namespace
+
+lua_State* KzKernel_NewLuaState()
+{
+    if (gHostState.load() != nullptr)
+        return nullptr;
+    lua_State* L = luaL_newstate();
+    if (L == nullptr)
+        return nullptr;
+    luaL_openlibs(L);
+    gHostState.store(L);
+    return L;
+}
+
+void KzKernel_CloseLuaState(lua_State* L)
+{
+    if (L == nullptr)
+        return;
+    // Cleared first: __gc metamethods that run during lua_close must already
+    // see the state as gone, so nothing calls back into a dying state.
+    lua_State* expected = L;
+    gHostState.compare_exchange_strong(expected, nullptr);
+    lua_close(L);
+}
+
+lua_State* KzKernel_CurrentLuaState()
+{
+    return gHostState.load();
+}
+
+const char* KzKernel_LuaName()
+{
+    return VYRLUA_LUA_NAME;
+}
+
+void RegisterDeferredLuaStateLocator(lua_State* L, KzDeferredLuaStateLocator locator)
+{
+    lua_pushlstring(L, kLocatorKey, 7);
+    auto* block = static_cast<KzDeferredLuaStateLocator*>(
+        lua_newuserdata(L, sizeof(KzDeferredLuaStateLocator)));
+    *block = locator;
+    lua_settable(L, LUA_REGISTRYINDEX);
+}
+
+void KzLua_loadChunkFromBuffer(lua_State* L, const char* bytes, std::size_t length,
+                               const char* chunkName)
+{
+    if (luaL_loadbuffer(L, bytes, length, chunkName) != 0) {
+        lua_remove(L, -2); // the environment table
+        lua_error(L);
+    }
+    lua_pushvalue(L, -2);
+    lua_setfenv(L, -2);
+    lua_remove(L, -2);
+}
+
+void KzExceptions_setRunProtectedCallHook(KzRunProtectedCallHook hook)
+{
+    gProtectedCallHook.store(hook);
+}
+
+KzRunProtectedCallHook KzExceptions_getRunProtectedCallHook()
+{
+    return gProtectedCallHook.load();
+}
+
+int KzExceptions_runProtected(lua_State* L, KzProtectedFunction fn, void* ud)
+{
+    if (KzRunProtectedCallHook hook = gProtectedCallHook.load())
+        return hook(L, fn, ud);
+    fn(L, ud);
+    return 0;
+}
+
+void KrLuaCoverage_push(lua_State* L)
+{
+    lua_pushnil(L);
+}

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Sets up the machine, builds and runs the whole test suite in the three
+# configurations: host on Lua 5.1, host on LuaJIT 2.1, and Lua 5.1 under
+# AddressSanitizer + UndefinedBehaviorSanitizer (LeakSanitizer on).
+#
+#   scripts/test.sh            all three
+#   scripts/test.sh puc asan   only those named (puc, luajit, asan)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/setup.sh
+
+configs=("$@")
+[ "${#configs[@]}" -gt 0 ] || configs=(puc luajit asan)
+
+export CCACHE_BASEDIR="$PWD"
+export CCACHE_NOHASHDIR=1
+jobs="${VYRLUA_JOBS:-$(nproc)}"
+
+for config in "${configs[@]}"; do
+  case "$config" in
+    puc)    flags=(-DVYRLUA_LUA=PUC) ;;
+    luajit) flags=(-DVYRLUA_LUA=LUAJIT) ;;
+    asan)   flags=(-DVYRLUA_LUA=PUC -DVYRLUA_SANITIZE=ON) ;;
+    *) echo "test.sh: unknown configuration '$config' (puc, luajit, asan)" >&2; exit 2 ;;
+  esac
+  dir="build/$config"
+  start=$SECONDS
+  echo "== $config: configure and build"
+  cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Debug "${flags[@]}" >/dev/null
+  cmake --build "$dir" -j "$jobs"
+  echo "== $config: test"
+  # Leak checks stay on; UBSan stops at the first report so CI sees it.
+  ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+    ctest --test-dir "$dir" --output-on-failure -j "$jobs" --timeout 600
+  echo "== $config: done in $((SECONDS - start)) s"
+done

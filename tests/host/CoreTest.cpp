@@ -1,0 +1,143 @@
+// The host core: strings, the localiser, errors, files and logging.
+#include "vyrcore/config.h"
+#include "vyrcore/debug.h"
+#include "vyrcore/filesupport.h"
+#include "vyrcore/string.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace vyrcore;
+
+TEST(StringTest, UTFConversionsRoundTripAndRepairBadInput)
+{
+    const std::string text = "Grüße, 東京 🎬";
+    EXPECT_EQ(string::UTF16to8(string::UTF8to16(text)), text);
+    EXPECT_EQ(string::UTF8to16("🎬").size(), 2u); // a surrogate pair
+    // Ill-formed bytes become U+FFFD rather than failing or over-reading.
+    EXPECT_EQ(string::UTF8to16("a\xff" "b"), u"a\uFFFDb");
+    EXPECT_EQ(string::UTF8to16("\xe6\x9d"), u"\uFFFD");
+    EXPECT_EQ(string::UTF16to8(u"x\xD800y"), "x\xEF\xBF\xBDy"); // lone surrogate
+    EXPECT_EQ(string::UTF8to16(std::string("a\0b", 3)), std::u16string(u"a\0b", 3));
+}
+
+TEST(StringTest, ValidityAndCaseMapping)
+{
+    EXPECT_TRUE(string::IsValidUTF8CharacterString(""));
+    EXPECT_TRUE(string::IsValidUTF8CharacterString("plain ✓"));
+    EXPECT_FALSE(string::IsValidUTF8CharacterString("\xc0\xaf"));     // overlong
+    EXPECT_FALSE(string::IsValidUTF8CharacterString("\xed\xa0\x80")); // surrogate
+    EXPECT_FALSE(string::IsValidUTF8CharacterString("\xf4\x90\x80\x80"));
+    EXPECT_FALSE(string::IsValidUTF8CharacterString("ok\xe2\x82"));   // truncated
+    EXPECT_EQ(string::ToUpperCase(u"straße"), u"STRASSE");
+    EXPECT_EQ(string::ToLowerCase(u"ÀÉÎ"), u"àéî");
+}
+
+TEST(StringTest, NumbersAndReplacements)
+{
+    bool ok = false;
+    EXPECT_EQ(string::StringToNumber(u" 42 ", &ok), 42);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(string::StringToNumber(u"-1.5e2", &ok), -150);
+    for (const char16_t* bad : {u"", u"12x", u"0x10", u"inf", u"nan", u"١٢"}) {
+        EXPECT_EQ(string::StringToNumber(bad, &ok), 0);
+        EXPECT_FALSE(ok) << string::UTF16to8(bad);
+    }
+    EXPECT_EQ(string::ReplaceInString(u"^1 of ^2 (^3) ^^1", {u"one", u"two"}),
+              u"one of two (^3) ^1");
+    EXPECT_LT(string::NaturalCompare(u"take2", u"take10"), 0);
+    EXPECT_GT(string::NaturalCompare(u"b", u"a"), 0);
+    EXPECT_EQ(string::NaturalCompare(u"same", u"same"), 0);
+}
+
+class LocalizerTest : public ::testing::Test {
+protected:
+    void TearDown() override { config::Localizer::Get().Clear(); }
+    std::string Write(const std::string& name, const std::string& text)
+    {
+        std::string path = ::testing::TempDir() + name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+};
+
+TEST_F(LocalizerTest, DefaultsTranslationsAndBadFiles)
+{
+    auto& loc = config::Localizer::Get();
+    EXPECT_EQ(loc.LocalizeUTF8("$$$/app/Hello=Hello there"), "Hello there");
+    EXPECT_EQ(loc.LocalizeUTF8("not a key"), "not a key");
+    EXPECT_EQ(loc.LocalizeUTF8("$$$/app/NoDefault"), "");
+
+    ASSERT_TRUE(loc.LoadTranslationFile(
+        Write("fr.txt", "# French\n\n$$$/app/Hello=Bonjour\r\n$$$/app/Two=un\\ndeux\n")));
+    EXPECT_EQ(loc.LocalizeUTF8("$$$/app/Hello=Hello there"), "Bonjour");
+    EXPECT_EQ(loc.Localize(u"$$$/app/Two=x"), u"un\ndeux");
+
+    std::string error;
+    EXPECT_FALSE(loc.LoadTranslationFile(Write("bad.txt", "$$$/app/Hello=Salut\nbroken\n"), &error));
+    EXPECT_NE(error.find("bad.txt:2: expected key=text"), std::string::npos) << error;
+    // A bad file changes nothing.
+    EXPECT_EQ(loc.LocalizeUTF8("$$$/app/Hello=Hello there"), "Bonjour");
+    EXPECT_FALSE(loc.LoadTranslationFile("/nonexistent/file", &error));
+}
+
+TEST(ErrorServiceTest, ThrowErrorAndConversion)
+{
+    std::vector<std::string> reported;
+    config::SetErrorSink([&](const std::string& m) { reported.push_back(m); });
+    try {
+        config::ThrowError(1, "failed: ^1", 0, 0, true, "disk");
+        ADD_FAILURE();
+    } catch (const config::HostException& e) {
+        EXPECT_STREQ(e.what(), "failed: disk");
+    }
+    // Without replacements the text is left alone.
+    EXPECT_THROW(config::ThrowError(1, "keep ^1", 0, 0, true), config::HostException);
+    config::ThrowError(0, "just report", 0, 0, true);
+    EXPECT_EQ(config::ExecuteFunctionAndConvertException([] { return 0; }), 0);
+    EXPECT_EQ(config::ExecuteFunctionAndConvertException(
+                  []() -> int { throw std::runtime_error("converted"); }),
+              1);
+    EXPECT_EQ(reported, (std::vector<std::string>{"just report", "converted"}));
+    config::SetErrorSink(nullptr);
+}
+
+TEST(FileSupportTest, DirectoriesAndFiles)
+{
+    namespace fs = std::filesystem;
+    using filesupport::Dir;
+    using filesupport::File;
+    fs::path root = fs::path(::testing::TempDir()) / "files_test";
+    fs::create_directories(root / "inner");
+    std::ofstream(root / "inner" / "data.bin", std::ios::binary) << std::string("a\0b", 3);
+
+    Dir dir = Dir::FromUTF8(root.string() + "/./inner/../");
+    EXPECT_EQ(dir.FullPathUTF8(), root.string());
+    EXPECT_TRUE(dir.Exists());
+    EXPECT_FALSE(Dir().Exists());
+    EXPECT_TRUE(Dir().Join(u"x").Empty());
+    File file(dir.Join(u"inner"), u"data.bin");
+    std::string bytes;
+    ASSERT_TRUE(file.ReadAll(bytes));
+    EXPECT_EQ(bytes, std::string("a\0b", 3));
+    EXPECT_FALSE(File(dir, u"inner").Exists()); // a directory is not a file
+    EXPECT_FALSE(File(dir, u"missing").ReadAll(bytes));
+    EXPECT_TRUE(Dir::AppDir().Exists());
+}
+
+TEST(LoggingTest, LevelsAndConfiguration)
+{
+    EXPECT_FALSE(debug::TraceEnabled("cat.a"));
+    unsigned before = debug::TraceChangeCount();
+    ASSERT_TRUE(debug::ConfigureLevels("cat.a=trace,cat.b=error"));
+    EXPECT_GT(debug::TraceChangeCount(), before);
+    EXPECT_TRUE(debug::TraceEnabled("cat.a"));
+    EXPECT_EQ(debug::GetLevel("cat.b"), debug::Level::Error);
+    std::string error;
+    EXPECT_FALSE(debug::ConfigureLevels("cat.c=trace,cat.a=loud", &error));
+    EXPECT_EQ(error, "bad trace entry 'cat.a=loud' (expected category=error|warning|info|trace)");
+    EXPECT_FALSE(debug::TraceEnabled("cat.c")); // nothing applied from a bad spec
+    debug::SetLevel("cat.a", debug::Level::Warning);
+}

@@ -1,0 +1,42 @@
+// Argument readers for function bodies behind the error boundary. They
+// behave like the luaL_check* functions and fail with the same texts, but
+// throw ArgumentError instead of raising, so no destructor is skipped.
+#pragma once
+
+#include "vyrlua/utility/LuaBoundary.h"
+
+#include <string_view>
+
+namespace vyrlua::utility {
+
+[[noreturn]] void ThrowTypeError(lua_State* L, int narg, const char* expected);
+[[noreturn]] void ThrowArgError(int narg, const std::string& message);
+
+// luaL_checklstring: strings and numbers (a number is converted in place).
+// The view points into Lua's string and lives as long as the stack slot.
+std::string_view CheckLString(lua_State* L, int narg);
+std::string_view OptLString(lua_State* L, int narg, std::string_view def);
+lua_Number CheckNumber(lua_State* L, int narg);
+lua_Number OptNumber(lua_State* L, int narg, lua_Number def);
+// luaL_checkinteger, but a value with no integer of that width (NaN,
+// infinities, out of range) is an argument error, never a wrapped number.
+// Fractions are truncated toward zero as Lua 5.1 does.
+lua_Integer CheckInteger(lua_State* L, int narg);
+lua_Integer OptInteger(lua_State* L, int narg, lua_Integer def);
+int CheckInt(lua_State* L, int narg);
+int OptInt(lua_State* L, int narg, int def);
+void CheckType(lua_State* L, int narg, int type);
+void CheckAny(lua_State* L, int narg);
+// Lua numbers narrowed for host types without undefined behaviour: beyond the
+// float range gives an infinity of the same sign; NaN stays NaN.
+float ToFloat(lua_Number n);
+// Truncates toward zero; an argument error for NaN, infinities and values
+// outside int's range.
+int ToInt(lua_Number n, int narg);
+
+// luaL_checkudata: a full userdata whose metatable is the registry's `tname`.
+void* CheckUData(lua_State* L, int narg, const char* tname);
+// The userdata's block if its metatable is the registry's `tname`, else null.
+void* TestUData(lua_State* L, int narg, const char* tname);
+
+} // namespace vyrlua::utility

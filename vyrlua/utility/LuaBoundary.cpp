@@ -1,0 +1,90 @@
+#include "vyrlua/utility/LuaBoundary.h"
+
+#include <cstring>
+#include <exception>
+
+namespace vyrlua::utility::detail {
+
+namespace {
+
+// "chunk:line: " of the script that called the running C function, as
+// luaL_where(L, 1) gives it.
+std::string CallerPosition(lua_State* L)
+{
+    lua_Debug ar;
+    if (lua_getstack(L, 1, &ar)) {
+        lua_getinfo(L, "Sl", &ar);
+        if (ar.currentline > 0)
+            return std::string(ar.short_src) + ":" + std::to_string(ar.currentline) + ": ";
+    }
+    return {};
+}
+
+// The text luaL_argerror would raise.
+std::string ArgumentErrorText(lua_State* L, int narg, const char* message)
+{
+    lua_Debug ar;
+    if (!lua_getstack(L, 0, &ar))
+        return CallerPosition(L) + "bad argument #" + std::to_string(narg) + " (" + message + ")";
+    lua_getinfo(L, "n", &ar);
+    if (ar.namewhat != nullptr && std::strcmp(ar.namewhat, "method") == 0) {
+        --narg;
+        if (narg == 0)
+            return CallerPosition(L) + "calling '" + (ar.name ? ar.name : "?") +
+                   "' on bad self (" + message + ")";
+    }
+    return CallerPosition(L) + "bad argument #" + std::to_string(narg) + " to '" +
+           (ar.name ? ar.name : "?") + "' (" + message + ")";
+}
+
+struct PendingMessage {
+    const char* data;
+    size_t size;
+};
+
+int RaisePending(lua_State* L)
+{
+    auto* pending = static_cast<PendingMessage*>(lua_touserdata(L, 1));
+    lua_pushlstring(L, pending->data, pending->size);
+    return lua_error(L);
+}
+
+// Leaves the message (or, if Lua cannot allocate it, Lua's memory error) on
+// top of the stack. The push runs protected, so a failing allocation cannot
+// longjmp past the caller's live std::string.
+void PushMessage(lua_State* L, const char* data, size_t size) noexcept
+{
+    PendingMessage pending{data, size};
+    lua_cpcall(L, RaisePending, &pending);
+}
+
+} // namespace
+
+bool PushCurrentException(lua_State* L) noexcept
+{
+    // A foreign exception (LuaJIT unwinding a Lua error) has no exception_ptr.
+    if (!std::current_exception())
+        return false;
+    try {
+        std::string message;
+        try {
+            throw;
+        } catch (const ArgumentError& e) {
+            message = ArgumentErrorText(L, e.Arg(), e.what());
+        } catch (const LuaError& e) {
+            message = CallerPosition(L) + e.what();
+        } catch (const std::exception& e) {
+            message = e.what();
+        } catch (...) {
+            message = "unknown C++ exception";
+        }
+        PushMessage(L, message.data(), message.size());
+    } catch (...) {
+        // Only std::bad_alloc can get here, while building the text.
+        static constexpr char kNoMemory[] = "not enough memory";
+        PushMessage(L, kNoMemory, sizeof(kNoMemory) - 1);
+    }
+    return true;
+}
+
+} // namespace vyrlua::utility::detail

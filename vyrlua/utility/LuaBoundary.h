@@ -1,0 +1,64 @@
+// The error boundary every C function registered with Lua runs through.
+//
+// Under a C-built Lua 5.1 a Lua error is a longjmp, and a longjmp across a
+// C++ frame that owns an object with a destructor is undefined behaviour. So
+// function bodies never raise Lua errors themselves: they throw C++
+// exceptions (the argument readers in LuaArgs.h included), and the boundary
+// turns the exception into a Lua error after the body's frame is gone. Under
+// LuaJIT the Lua error is a foreign exception that passes through unchanged.
+#pragma once
+
+#include "vyrlua/utility/LuaApi.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace vyrlua::utility {
+
+// A bad argument: becomes the standard luaL_argerror text, to the byte
+// ("bad argument #2 to 'f' (number expected, got nil)", with the calling
+// script's position in front).
+class ArgumentError : public std::runtime_error {
+public:
+    ArgumentError(int narg, const std::string& message)
+        : std::runtime_error(message), mArg(narg)
+    {
+    }
+    int Arg() const { return mArg; }
+
+private:
+    int mArg;
+};
+
+// An error raised as luaL_error raises it: the message with the calling
+// script's position in front ("script.lua:3: Bad user data").
+class LuaError : public std::runtime_error {
+public:
+    explicit LuaError(const std::string& message) : std::runtime_error(message) {}
+};
+
+// Any other std::exception becomes a Lua error carrying exactly its what().
+
+namespace detail {
+// Called inside the boundary's catch handler. Pushes the Lua error value for
+// the exception being handled and returns true; returns false, pushing
+// nothing, for a foreign exception (a LuaJIT error) that must go on. Never
+// raises a Lua error.
+bool PushCurrentException(lua_State* L) noexcept;
+} // namespace detail
+
+// The boundary: register LuaBoundary<Body> where Body would be registered.
+template <lua_CFunction Body>
+int LuaBoundary(lua_State* L)
+{
+    try {
+        return Body(L);
+    } catch (...) {
+        if (!detail::PushCurrentException(L))
+            throw;
+    }
+    // The exception object is gone: nothing in this frame has a destructor.
+    return lua_error(L);
+}
+
+} // namespace vyrlua::utility

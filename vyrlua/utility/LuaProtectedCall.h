@@ -1,0 +1,34 @@
+// The one way native code calls into Lua, the stack guard callers use around
+// it, and the hook that lets the kernel's protected calls convert exceptions.
+#pragma once
+
+#include "vyrlua/utility/LuaApi.h"
+
+namespace vyrlua::utility {
+
+// Restores the stack top saved at construction when the scope ends.
+class ScPreserveLuaStack {
+public:
+    explicit ScPreserveLuaStack(lua_State* L) : mL(L), mTop(lua_gettop(L)) {}
+    ~ScPreserveLuaStack() { lua_settop(mL, mTop); }
+    ScPreserveLuaStack(const ScPreserveLuaStack&) = default;
+    ScPreserveLuaStack& operator=(const ScPreserveLuaStack&) = default;
+
+private:
+    lua_State* mL;
+    int mTop;
+};
+
+// Calls the function beneath `nargs` arguments, protected. On a Lua error the
+// message stays on the stack and is raised as a host error
+// (vyrcore::config::ThrowError, which throws HostException with the text).
+void CallLuaFromCpp(lua_State* L, int nargs, int nresults);
+// The same for callers that ignore the outcome: host errors are reported,
+// not thrown. Always returns 0.
+int CallLuaFromCppMaybeIgnoreErrors(lua_State* L, int nargs, int nresults);
+
+// The kernel's protected-call hook: runs fn(L, ud) inside the host's
+// exception converter.
+int RunProtectedCallHook(lua_State* L, KzProtectedFunction fn, void* ud);
+
+} // namespace vyrlua::utility

@@ -1,0 +1,175 @@
+#include "vyrlua/utility/LuaValueTypes.h"
+
+#include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaProtectedCall.h"
+
+#include <type_traits>
+
+namespace vyrlua::drawbot {
+
+namespace {
+
+// Calls the constructor global `name` with the numbers already pushed.
+template <typename... Numbers>
+int Construct(lua_State* L, const char* name, Numbers... values)
+{
+    lua_getfield(L, LUA_GLOBALSINDEX, name);
+    (lua_pushnumber(L, static_cast<lua_Number>(values)), ...);
+    utility::CallLuaFromCpp(L, sizeof...(values), 1);
+    return 1;
+}
+
+template <typename... Ints>
+int ConstructIntegers(lua_State* L, const char* name, Ints... values)
+{
+    lua_getfield(L, LUA_GLOBALSINDEX, name);
+    (lua_pushinteger(L, static_cast<lua_Integer>(values)), ...);
+    utility::CallLuaFromCpp(L, sizeof...(values), 1);
+    return 1;
+}
+
+// Reads one numeric field of the table at `index` (absolute).
+lua_Number NumberField(lua_State* L, int index, const char* name)
+{
+    lua_pushstring(L, name);
+    lua_gettable(L, index);
+    lua_Number n = utility::CheckNumber(L, -1);
+    lua_pop(L, 1);
+    return n;
+}
+
+int Absolute(lua_State* L, int index)
+{
+    return index > 0 || index <= LUA_REGISTRYINDEX ? index : lua_gettop(L) + index + 1;
+}
+
+// Narrows a field value to the host type: floats saturate to infinity, ints
+// must fit (argument -1: the field, as luaL_checknumber(L, -1) reports it).
+template <typename T>
+T Narrow(lua_Number n)
+{
+    if constexpr (std::is_same_v<T, float>)
+        return utility::ToFloat(n);
+    else
+        return utility::ToInt(n, -1);
+}
+
+template <typename T>
+void ReadPoint(lua_State* L, int index, PointT<T>& point)
+{
+    index = Absolute(L, index);
+    utility::CheckType(L, index, LUA_TTABLE);
+    point.x = Narrow<T>(NumberField(L, index, "x"));
+    point.y = Narrow<T>(NumberField(L, index, "y"));
+}
+
+template <typename T>
+void ReadRect(lua_State* L, int index, RectT<T>& rect)
+{
+    index = Absolute(L, index);
+    utility::CheckType(L, index, LUA_TTABLE);
+    rect.top = Narrow<T>(NumberField(L, index, "top"));
+    rect.left = Narrow<T>(NumberField(L, index, "left"));
+    rect.height = Narrow<T>(NumberField(L, index, "height"));
+    rect.width = Narrow<T>(NumberField(L, index, "width"));
+}
+
+} // namespace
+
+int PushPointF32ToLua(lua_State* L, const PointT<float>& point)
+{
+    return Construct(L, "vyrlua_CreateNewPointF32", point.x, point.y);
+}
+
+int PushPoint32ToLua(lua_State* L, const PointT<int>& point)
+{
+    return ConstructIntegers(L, "vyrlua_CreateNewPointF32", point.x, point.y);
+}
+
+int PushRectF32ToLua(lua_State* L, const RectT<float>& rect)
+{
+    return Construct(L, "vyrlua_CreateNewRectF32", rect.left, rect.top, rect.width, rect.height);
+}
+
+int PushRect32ToLua(lua_State* L, const RectT<int>& rect)
+{
+    return ConstructIntegers(L, "vyrlua_CreateNewRectF32", rect.left, rect.top, rect.width,
+                             rect.height);
+}
+
+int PushColorRGBAToLua(lua_State* L, const vyrui::drawbot::ColorRGBA& color)
+{
+    return Construct(L, "vyrlua_CreateNewRGBA", color.red, color.green, color.blue, color.alpha);
+}
+
+int PushMatrixF32ToLua(lua_State* L, const MatrixT<float>& matrix)
+{
+    const auto& m = matrix.m;
+    return Construct(L, "vyrlua_CreateNewMatrixF32", m[0], m[1], m[2], m[3], m[4], m[5], m[6],
+                     m[7], m[8]);
+}
+
+void GetPointF32FromLua(lua_State* L, int index, PointT<float>& point)
+{
+    ReadPoint(L, index, point);
+}
+
+void GetPoint32FromLua(lua_State* L, int index, PointT<int>& point)
+{
+    ReadPoint(L, index, point);
+}
+
+void GetRectF32FromLua(lua_State* L, int index, RectT<float>& rect)
+{
+    ReadRect(L, index, rect);
+}
+
+void GetRect32FromLua(lua_State* L, int index, RectT<int>& rect)
+{
+    ReadRect(L, index, rect);
+}
+
+void GetColorRGBAFromLua(lua_State* L, int index, vyrui::drawbot::ColorRGBA& color)
+{
+    index = Absolute(L, index);
+    utility::CheckType(L, index, LUA_TTABLE);
+    color.red = utility::ToFloat(NumberField(L, index, "red"));
+    color.green = utility::ToFloat(NumberField(L, index, "green"));
+    color.blue = utility::ToFloat(NumberField(L, index, "blue"));
+    color.alpha = utility::ToFloat(NumberField(L, index, "alpha"));
+}
+
+void GetMatrixF32FromLua(lua_State* L, int index, MatrixT<float>& matrix)
+{
+    index = Absolute(L, index);
+    utility::CheckType(L, index, LUA_TTABLE);
+    float values[9] = {};
+    int count = 0;
+    auto collect = [&](int at) {
+        if (lua_type(L, at) == LUA_TNUMBER) {
+            if (count < 9)
+                values[count] = utility::ToFloat(lua_tonumber(L, at));
+            ++count;
+        }
+    };
+    lua_pushnil(L);
+    while (lua_next(L, index) != 0) {
+        if (lua_type(L, -1) == LUA_TTABLE) {
+            int row = lua_gettop(L);
+            lua_pushnil(L);
+            while (lua_next(L, row) != 0) {
+                collect(-1);
+                lua_pop(L, 1);
+            }
+        } else {
+            collect(-1);
+        }
+        lua_pop(L, 1);
+    }
+    if (count != 9)
+        throw utility::LuaError("incorrect number of values for MatrixF32");
+    for (int i = 0; i < 9; ++i)
+        matrix.m[i] = values[i];
+}
+
+} // namespace vyrlua::drawbot
