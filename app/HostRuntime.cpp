@@ -29,6 +29,9 @@ HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo
         lua_pop(mL, 3);
 
         vyrlua::PreloadLuaModules(mL);
+        // The loader is needed before the library is on package.cpath.
+        vyrlua::SetPreloadedModule(mL, "vyrlua.EmbeddedCodeLoader",
+                                   luaopen_vyrlua_EmbeddedCodeLoader);
         vyrlua::InitEmbeddedCodeLoader(mL, options.embeddedFirst);
         vyrlua::exo::AddAppDirToLuaCPath(mL);
         vyrlua::RequireLuaModule(mL, "vyrlua.host.valuetypes", false);

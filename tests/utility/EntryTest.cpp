@@ -41,7 +41,7 @@ TEST_F(LuaTest, ModulesLoadFromResourcesWithUnderscoredNames)
               "0");
     EXPECT_EQ(Eval("return type(require('vyrlua.EmbeddedCodeLoader')('a.b.c'))"), "function");
     EXPECT_EQ(Error("require 'vyrlua.EmbeddedCodeLoader' ()"),
-              "bad argument #1 to '?' (string expected, got no value)");
+              "test:1: bad argument #1 to '?' (string expected, got no value)");
 }
 
 TEST_F(LuaTest, ResourceCompileErrorsNameTheModule)
@@ -61,8 +61,10 @@ TEST_F(LuaTest, EmbeddedLoaderPositionInSearchOrder)
     EXPECT_EQ(Eval("return package.loaders[2] == require 'vyrlua.EmbeddedCodeLoader'"), "true");
     vyrlua::InitEmbeddedCodeLoader(L(), false);
     EXPECT_EQ(Eval("return #package.loaders"), "6");
+    // Position 3: after the first copy, ahead of the Lua-file searcher.
     EXPECT_EQ(Eval("local l = require 'vyrlua.EmbeddedCodeLoader';"
-                   "return package.loaders[2] == l and package.loaders[4] == l"),
+                   "return package.loaders[2] == l and package.loaders[3] == l"
+                   " and package.loaders[4] ~= l"),
               "true");
     EXPECT_EQ(lua_gettop(L()), 0);
 }

@@ -53,7 +53,8 @@ int UnmatrixBody(lua_State* L)
         scaleX = -scaleX;
         shear = -shear;
     }
-    double rotation = std::atan2(b, a) * 180.0 / std::numbers::pi;
+    // "+ 0.0" turns a negative zero (from a mirrored matrix) into zero.
+    double rotation = std::atan2(b, a) * 180.0 / std::numbers::pi + 0.0;
     lua_pushnumber(L, t.e);
     lua_pushnumber(L, t.f);
     lua_pushnumber(L, scaleX);
