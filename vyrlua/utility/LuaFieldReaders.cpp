@@ -1,0 +1,90 @@
+#include "vyrlua/utility/LuaFieldReaders.h"
+
+#include "vyrlua/utility/LuaException.h"
+
+#include <climits>
+#include <cmath>
+
+namespace vyrlua::utility {
+
+namespace {
+
+int AbsoluteIndex(lua_State* L, int index)
+{
+    return index > 0 || index <= LUA_REGISTRYINDEX ? index : lua_gettop(L) + index + 1;
+}
+
+// Arguments: the value and the key. Any error it raises is caught by the
+// lua_pcall in PushField.
+int IndexValue(lua_State* L)
+{
+    lua_gettable(L, 1);
+    return 1;
+}
+
+bool IsPlainTable(lua_State* L, int index)
+{
+    if (lua_type(L, index) != LUA_TTABLE)
+        return false;
+    if (!lua_getmetatable(L, index))
+        return true;
+    lua_pop(L, 1);
+    return false;
+}
+
+} // namespace
+
+void PushField(lua_State* L, int index, const char* name)
+{
+    index = AbsoluteIndex(L, index);
+    if (IsPlainTable(L, index)) {
+        lua_getfield(L, index, name);
+        return;
+    }
+    lua_pushcfunction(L, IndexValue);
+    lua_pushvalue(L, index);
+    lua_pushstring(L, name);
+    if (lua_pcall(L, 2, 1, 0) != 0) {
+        const char* text = lua_tostring(L, -1);
+        std::string message = text != nullptr ? text : "error reading field '" + std::string(name) + "'";
+        lua_pop(L, 1);
+        throw LuaException(message);
+    }
+}
+
+bool GetBoolField(lua_State* L, int index, const char* name)
+{
+    PushField(L, index, name);
+    bool value = lua_toboolean(L, -1) != 0;
+    lua_pop(L, 1);
+    return value;
+}
+
+int GetIntegerField(lua_State* L, int index, const char* name)
+{
+    PushField(L, index, name);
+    // lua_tointeger itself would convert out-of-range numbers with undefined
+    // behaviour; the same reading, done safely.
+    lua_Number n = lua_tonumber(L, -1);
+    lua_pop(L, 1);
+    if (std::isnan(n))
+        return 0;
+    n = std::trunc(n);
+    if (n >= static_cast<lua_Number>(INT_MAX))
+        return INT_MAX;
+    if (n <= static_cast<lua_Number>(INT_MIN))
+        return INT_MIN;
+    return static_cast<int>(n);
+}
+
+std::string GetStringField(lua_State* L, int index, const char* name)
+{
+    PushField(L, index, name);
+    size_t length = 0;
+    const char* text = lua_tolstring(L, -1, &length);
+    std::string value = text != nullptr ? std::string(text, length) : std::string();
+    lua_pop(L, 1);
+    return value;
+}
+
+} // namespace vyrlua::utility

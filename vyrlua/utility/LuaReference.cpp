@@ -1,0 +1,60 @@
+#include "vyrlua/utility/LuaReference.h"
+
+#include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaException.h"
+
+namespace vyrlua::utility {
+
+namespace detail {
+
+KzDeferredLuaStateLocator RequireLocator(lua_State* L)
+{
+    KzDeferredLuaStateLocator locator = nullptr;
+    lua_pushlstring(L, "dlsl-fn", 7);
+    // Raw: the registry is reachable from scripts through the debug library,
+    // and a metamethod there must not run here.
+    lua_rawget(L, LUA_REGISTRYINDEX);
+    // Only the host's block qualifies: a userdata a script could plant there
+    // (newproxy, a file handle) has another size or a metatable.
+    int base = lua_gettop(L) - 1;
+    if (lua_type(L, -1) == LUA_TUSERDATA && lua_objlen(L, -1) == sizeof(locator) &&
+        !lua_getmetatable(L, -1))
+        locator = *static_cast<KzDeferredLuaStateLocator*>(lua_touserdata(L, -1));
+    lua_settop(L, base);
+    if (locator == nullptr)
+        throw LuaError("RegisterDeferredLuaStateLocator must be called prior to using LuaFunction");
+    return locator;
+}
+
+void CheckTopType(lua_State* L, int type)
+{
+    if (lua_type(L, -1) != type)
+        ThrowArgType(L, -1, type);
+}
+
+void ThrowArgType(lua_State* L, int narg, int type)
+{
+    ThrowTypeError(L, narg, lua_typename(L, type));
+}
+
+void PushForCall(lua_State* L, int ref)
+{
+    if (!lua_checkstack(L, LUA_MINSTACK))
+        throw LuaException("stack overflow (no room to call back into Lua)");
+    lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
+}
+
+} // namespace detail
+
+bool NotifyLuaTimer(int firedID, int timerID,
+                    const boost::shared_ptr<LuaReference<LUA_TFUNCTION>>& function)
+{
+    if (firedID != timerID || !function || function->State() == nullptr)
+        return false;
+    // Called even when the function fails: the error is the script's, and
+    // the timer keeps firing.
+    CallLuaReference(function, 0, NoArguments, NoResults, OnLuaError::Report);
+    return true;
+}
+
+} // namespace vyrlua::utility

@@ -1,0 +1,161 @@
+// Lua values kept alive by native objects, and the one way native code calls
+// such a value back.
+//
+// A LuaReference owns one slot of the Lua registry. It is never copied: it is
+// owned through boost::shared_ptr, and the pointer is what gets shared
+// (timers, std::function objects, wrappers). It keeps the host's deferred
+// state locator rather than the state, so a reference that outlives the
+// state is dropped without touching Lua.
+#pragma once
+
+#include "vyrcore/config.h"
+#include "vyrlua/utility/LuaApi.h"
+#include "vyrlua/utility/LuaProtectedCall.h"
+
+#include <boost/shared_ptr.hpp>
+
+namespace vyrlua::utility {
+
+namespace detail {
+// The locator the host keeps in the registry under "dlsl-fn". Throws
+// LuaError("RegisterDeferredLuaStateLocator must be called prior to using
+// LuaFunction") when there is none.
+KzDeferredLuaStateLocator RequireLocator(lua_State* L);
+// Checks the value on top of the stack, as luaL_checktype(L, -1, type) does.
+void CheckTopType(lua_State* L, int type);
+[[noreturn]] void ThrowArgType(lua_State* L, int narg, int type);
+// Makes room for a call-back and pushes the referenced value.
+void PushForCall(lua_State* L, int ref);
+} // namespace detail
+
+template <int N>
+class LuaReference {
+    static_assert(N == LUA_TTABLE || N == LUA_TFUNCTION || N == LUA_TUSERDATA,
+                  "references hold tables, functions or userdata");
+
+public:
+    using Ptr = boost::shared_ptr<LuaReference>;
+
+    // Takes the value on top of the stack (it must be of type N) and pops it.
+    // Throws ArgumentError for a wrong type and LuaError when the host has not
+    // registered its locator; the stack is unchanged then. For bodies behind
+    // the error boundary.
+    static Ptr Create(lua_State* L)
+    {
+        detail::CheckTopType(L, N);
+        // The locator first: a missing one must not leave a slot behind.
+        KzDeferredLuaStateLocator locator = detail::RequireLocator(L);
+        int ref = luaL_ref(L, LUA_REGISTRYINDEX);
+        LuaReference* holder = nullptr;
+        try {
+            holder = new LuaReference(locator, ref);
+        } catch (...) {
+            luaL_unref(L, LUA_REGISTRYINDEX, ref);
+            throw;
+        }
+        // Should the pointer fail to allocate, it deletes the holder, and
+        // the holder frees the slot.
+        return Ptr(holder);
+    }
+
+    // What a setter does with argument `narg`: nil gives a null pointer (no
+    // reference); a value of type N is referenced as Create does; anything
+    // else is an argument error naming `narg`.
+    static Ptr FromArg(lua_State* L, int narg)
+    {
+        if (lua_type(L, narg) == LUA_TNIL)
+            return Ptr();
+        if (lua_type(L, narg) != N)
+            detail::ThrowArgType(L, narg, N);
+        lua_pushvalue(L, narg);
+        try {
+            return Create(L);
+        } catch (...) {
+            lua_pop(L, 1);
+            throw;
+        }
+    }
+
+    // Frees the slot while the locator still yields a state; after the state
+    // is closed Lua is not touched.
+    ~LuaReference()
+    {
+        if (mLocator != nullptr) {
+            if (lua_State* L = mLocator())
+                luaL_unref(L, LUA_REGISTRYINDEX, mRef);
+        }
+        mRef = -1;
+    }
+
+    LuaReference(const LuaReference&) = delete;
+    LuaReference& operator=(const LuaReference&) = delete;
+
+    int Ref() const { return mRef; }
+    KzDeferredLuaStateLocator Locator() const { return mLocator; }
+    // The host's live state, or null once it is closed.
+    lua_State* State() const { return mLocator != nullptr ? mLocator() : nullptr; }
+    // Pushes the held value.
+    void Push(lua_State* L) const { lua_rawgeti(L, LUA_REGISTRYINDEX, mRef); }
+
+private:
+    LuaReference(KzDeferredLuaStateLocator locator, int ref) : mLocator(locator), mRef(ref) {}
+
+    KzDeferredLuaStateLocator mLocator;
+    int mRef;
+};
+
+using LuaTableReference = LuaReference<LUA_TTABLE>;
+using LuaFunctionReference = LuaReference<LUA_TFUNCTION>;
+using LuaUserDataReference = LuaReference<LUA_TUSERDATA>;
+
+// What a call-back does when the Lua call (or pushing its arguments, or
+// reading its results) fails: throw the HostException on, or report it
+// through the host error service and carry on.
+enum class OnLuaError { Throw, Report };
+
+inline int NoArguments(lua_State*)
+{
+    return 0;
+}
+inline void NoResults(lua_State*) {}
+
+// Calls back the referenced value: pushes it, then `pushArgs(L)`, which
+// pushes the arguments and returns their count; calls it through
+// CallLuaFromCpp with `nresults` results; runs `readResults(L)` with the
+// results on top. The stack is restored to where it was in every case.
+//
+// Returns false without touching anything when there is no reference or the
+// locator yields no state (the host's "not handled"). Otherwise returns true
+// once the results were read; with OnLuaError::Report a failure is reported
+// and gives false, with OnLuaError::Throw it throws HostException.
+template <int N, typename PushArgs = int (*)(lua_State*),
+          typename ReadResults = void (*)(lua_State*)>
+bool CallLuaReference(const boost::shared_ptr<LuaReference<N>>& reference, int nresults,
+                      PushArgs&& pushArgs = NoArguments, ReadResults&& readResults = NoResults,
+                      OnLuaError onError = OnLuaError::Throw)
+{
+    lua_State* L = reference ? reference->State() : nullptr;
+    if (L == nullptr)
+        return false;
+    ScPreserveLuaStack guard(L);
+    auto call = [&]() -> int {
+        detail::PushForCall(L, reference->Ref());
+        int nargs = pushArgs(L);
+        CallLuaFromCpp(L, nargs, nresults);
+        readResults(L);
+        return 0;
+    };
+    if (onError == OnLuaError::Throw) {
+        call();
+        return true;
+    }
+    return vyrcore::config::ExecuteFunctionAndConvertException(call) == 0;
+}
+
+// A Lua timer's tick: only when the timer that fired is the one the function
+// was installed for, calls it with no arguments and no results. Errors are
+// reported, not thrown. Returns true when the function was called.
+bool NotifyLuaTimer(int firedID, int timerID,
+                    const boost::shared_ptr<LuaReference<LUA_TFUNCTION>>& function);
+
+} // namespace vyrlua::utility
