@@ -1,6 +1,8 @@
 #include "vyrlua/utility/LuaValueTypes.h"
 
 #include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaException.h"
+#include "vyrlua/utility/LuaFieldReaders.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
 
 #include <type_traits>
@@ -9,11 +11,21 @@ namespace vyrlua::drawbot {
 
 namespace {
 
-// Calls the constructor global `name` with the numbers already pushed.
+// Finds the constructor global `name` and makes room for its arguments. The
+// look-up honours a metatable on the globals table (a "strict" script may
+// raise there) without unwinding through the caller.
+void PushConstructor(lua_State* L, const char* name, int nargs)
+{
+    if (!lua_checkstack(L, nargs + 1))
+        throw utility::LuaException("stack overflow (no room to build a value)");
+    utility::PushField(L, LUA_GLOBALSINDEX, name);
+}
+
+// Calls the constructor global `name` with the values as numbers.
 template <typename... Numbers>
 int Construct(lua_State* L, const char* name, Numbers... values)
 {
-    lua_getfield(L, LUA_GLOBALSINDEX, name);
+    PushConstructor(L, name, sizeof...(values));
     (lua_pushnumber(L, static_cast<lua_Number>(values)), ...);
     utility::CallLuaFromCpp(L, sizeof...(values), 1);
     return 1;
@@ -22,7 +34,7 @@ int Construct(lua_State* L, const char* name, Numbers... values)
 template <typename... Ints>
 int ConstructIntegers(lua_State* L, const char* name, Ints... values)
 {
-    lua_getfield(L, LUA_GLOBALSINDEX, name);
+    PushConstructor(L, name, sizeof...(values));
     (lua_pushinteger(L, static_cast<lua_Integer>(values)), ...);
     utility::CallLuaFromCpp(L, sizeof...(values), 1);
     return 1;
@@ -31,8 +43,7 @@ int ConstructIntegers(lua_State* L, const char* name, Ints... values)
 // Reads one numeric field of the table at `index` (absolute).
 lua_Number NumberField(lua_State* L, int index, const char* name)
 {
-    lua_pushstring(L, name);
-    lua_gettable(L, index);
+    utility::PushField(L, index, name);
     lua_Number n = utility::CheckNumber(L, -1);
     lua_pop(L, 1);
     return n;

@@ -1,0 +1,44 @@
+#include "vyrlua/utility/VyrTypes.h"
+
+#include "vyrlua/utility/LuaBoundary.h"
+
+namespace vyrlua::utility {
+
+namespace {
+
+const luaL_Reg kVyrTypesMethods[] = {
+    {nullptr, nullptr},
+};
+
+const luaL_Reg kVyrTypesFunctions[] = {
+    {nullptr, nullptr},
+};
+
+void SetIntegerField(lua_State* L, const char* name, int value)
+{
+    lua_pushinteger(L, value);
+    lua_setfield(L, -2, name);
+}
+
+int OpenVyrTypes(lua_State* L)
+{
+    luaL_newmetatable(L, "vyrlua.core.vyrTypes");
+    lua_pushvalue(L, -1);
+    lua_setfield(L, -2, "__index");
+    luaL_register(L, nullptr, kVyrTypesMethods);
+    luaL_register(L, "vyrTypes", kVyrTypesFunctions);
+    SetIntegerField(L, "VYR_OS_Flag_WIN", kVyrOSFlagWin);
+    SetIntegerField(L, "VYR_OS_Flag_MAC", kVyrOSFlagMac);
+    SetIntegerField(L, "VYR_OS_Flag_THIS_ONE", kVyrOSFlagThisOne);
+    SetIntegerField(L, "VYR_OS_Flag_ALL", kVyrOSFlagAll);
+    return 1;
+}
+
+} // namespace
+
+} // namespace vyrlua::utility
+
+extern "C" int luaopen_vyrlua_vyrcore_vyrTypes(lua_State* L)
+{
+    return vyrlua::utility::LuaBoundary<vyrlua::utility::OpenVyrTypes>(L);
+}
