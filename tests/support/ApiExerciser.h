@@ -1,0 +1,154 @@
+// Calls the library's registered functions with chosen arguments and checks
+// every call: the Lua stack stays balanced (a C function may not return more
+// values than it pushed nor disturb its caller's slots), an error value is a
+// string, and the state still runs a pcall, a coroutine and a full
+// collection afterwards.
+//
+// Arguments are ids into a value pool kept in the state: an adversarial set
+// (odd numbers, odd strings, raising tables and functions, foreign and forged
+// userdata, released and collected instances), plausible candidates
+// (numbers, strings, rectangle/point/colour/matrix tables, functions), and
+// instances of each named metatable harvested from the library's own calls.
+// Valid arguments are derived per callable and arity by trying candidates per
+// position (see Baseline).
+//
+// Used by the API sweep test and by the fuzzer; knows nothing of any module,
+// so what the library registers later is exercised without changes here.
+#pragma once
+
+#include "support/LibraryInventory.h"
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vyrtest {
+
+struct CallOutcome {
+    bool ok = false;
+    int results = 0;
+    std::string error;  // the Lua error text when !ok
+    std::string fault;  // non-empty: a robustness violation
+};
+
+class ApiExerciser {
+public:
+    enum class ValueKind { Adversarial, Candidate, Instance, Released, Collected, Forged, Gone };
+    struct Value {
+        std::string label;
+        ValueKind kind;
+        std::string metatable;  // instances and their variants
+    };
+
+    // Opens every module of `inventory` in `L` and builds the value pool.
+    // Throws std::runtime_error when the pool cannot be built.
+    ApiExerciser(lua_State* L, const Inventory& inventory);
+    ~ApiExerciser();
+    ApiExerciser(const ApiExerciser&) = delete;
+    ApiExerciser& operator=(const ApiExerciser&) = delete;
+
+    lua_State* State() const { return mL; }
+    const Inventory& Library() const { return mInventory; }
+    const std::vector<std::string>& OpenErrors() const { return mOpenErrors; }
+
+    const std::vector<Value>& Values() const { return mValues; }
+    // The adversarial values to try at `position` (1-based) of `callable`.
+    std::vector<size_t> AdversarialFor(size_t callable, int position) const;
+    const std::vector<size_t>& AdversarialScalars() const { return mAdversarial; }
+
+    // Calls callable `index` with the pooled values `args`, checked. With
+    // `harvest`, userdata results of named metatables join the pool.
+    CallOutcome Call(size_t index, const std::vector<size_t>& args, bool harvest = false);
+    // Runs the state check (pcall, coroutine, and a full collection when
+    // `collect`); returns what failed, or an empty string.
+    std::string HealthCheck(bool collect = true);
+
+    // Instances of named metatables are found by calling module functions
+    // and then methods with candidate arguments, in rounds until no new kind
+    // appears. Then released, collected and forged variants are made.
+    void DiscoverInstances(int rounds = 3);
+    // Kinds (metatable names) that have an instance in the pool.
+    std::vector<std::string> KindsWithInstances() const;
+
+    // "Valid" arguments for calling `index` with `arity` arguments: for each
+    // position in turn the first candidate giving the best outcome is kept
+    // (a successful call; else an error that blames a later argument; else
+    // one that blames none), two passes when the first ends in an error.
+    // Methods try instances of their own metatables first at position 1.
+    // Cached; `fresh` replaces the receiver by a new instance.
+    std::vector<size_t> Baseline(size_t index, int arity, bool fresh = false);
+    // Whether the baseline of (index, arity) made a successful call.
+    bool BaselineSucceeds(size_t index, int arity) const;
+
+    // A new instance of `metatable` from the recipe that first produced one;
+    // nullopt when none is known or the recipe no longer yields one. Unless
+    // `ownSlot`, the instance replaces the kind's previous fresh one.
+    std::optional<size_t> FreshInstance(const std::string& metatable, bool ownSlot = false);
+
+    // Labels calls for fault messages: "vyrString.Trim(hello, nan)".
+    std::string Describe(size_t index, const std::vector<size_t>& args) const;
+
+    size_t CallsMade() const { return mCalls; }
+
+    // Every checked call runs under the watchdog when one is set.
+    void SetWatchdog(class CallWatchdog* watchdog) { mWatchdog = watchdog; }
+
+    // Pushes pooled value `id`.
+    void PushValue(size_t id);
+    // Adds the value on top of the stack to the pool (pops it).
+    size_t AddValue(std::string label, ValueKind kind, std::string metatable = {});
+
+private:
+    struct Recipe {
+        size_t callable;
+        std::vector<size_t> args;
+        int result;  // 1-based position among the call's results
+    };
+    struct CachedBaseline {
+        std::vector<size_t> args;
+        bool succeeds;
+    };
+
+    void BuildPool();
+    int Rank(const CallOutcome& outcome, int position) const;
+    std::vector<size_t> CandidatesFor(size_t index, int position);
+    void Harvest(size_t index, const std::vector<size_t>& args, int first, int count);
+    std::string MetatableNameAt(int index) const;
+    void MakeVariants();
+
+    lua_State* mL;
+    const Inventory& mInventory;
+    std::vector<std::string> mOpenErrors;
+    std::vector<Value> mValues;
+    std::vector<size_t> mAdversarial;
+    std::vector<size_t> mCandidates;
+    std::map<std::string, std::vector<size_t>> mInstances;  // metatable -> ids
+    std::map<std::string, Recipe> mRecipes;
+    std::map<std::string, size_t> mFreshSlots;
+    std::map<std::string, std::vector<size_t>> mVariants;  // metatable -> released etc.
+    std::map<std::pair<size_t, int>, CachedBaseline> mBaselines;
+    int mValuesRef = LUA_NOREF;
+    int mCheckRef = LUA_NOREF;
+    int mSentinelRef = LUA_NOREF;
+    size_t mCalls = 0;
+    class CallWatchdog* mWatchdog = nullptr;
+};
+
+// Aborts the process with the call's description when one call runs longer
+// than the limit, so a hang shows as a named failure rather than a time-out.
+class CallWatchdog {
+public:
+    explicit CallWatchdog(std::chrono::seconds limit);
+    ~CallWatchdog();
+    void Begin(const std::string& what);
+    void End();
+
+private:
+    struct State;
+    State* mState;
+};
+
+} // namespace vyrtest
