@@ -31,6 +31,15 @@ int ThrowUnknownBody(lua_State*)
     throw 42;
 }
 
+// Calls its argument unprotected: a Lua error raised inside a body passes
+// through the boundary unchanged (a longjmp, or LuaJIT's own unwinding).
+int CallThroughBody(lua_State* L)
+{
+    CheckType(L, 1, LUA_TFUNCTION);
+    lua_call(L, lua_gettop(L) - 1, 1);
+    return 1;
+}
+
 int CheckedBody(lua_State* L)
 {
     CheckNumber(L, 1);
@@ -71,6 +80,7 @@ protected:
         Register("throwLuaError", LuaBoundary<ThrowLuaErrorBody>);
         Register("throwUnknown", LuaBoundary<ThrowUnknownBody>);
         Register("checked", LuaBoundary<CheckedBody>);
+        Register("callThrough", LuaBoundary<CallThroughBody>);
         Register("stock", CheckedStock);
         Register("udata", LuaBoundary<UDataBody>);
         Register("udataStock", UDataStock);
@@ -94,6 +104,16 @@ TEST_F(BoundaryTest, HostExceptionBecomesCatchableLuaError)
     EXPECT_EQ(Eval("collectgarbage(); return coroutine.wrap(function() return 7 end)()"), "7");
     EXPECT_EQ(Error("throwHost('again')"), "host says: again");
     EXPECT_EQ(lua_gettop(L()), 0);
+}
+
+TEST_F(BoundaryTest, LuaErrorsInsideBodiesPassThrough)
+{
+    EXPECT_EQ(Run("return pcall(callThrough, function() error({code = 7}) end)")[1], "table");
+    EXPECT_EQ(Eval("local ok, e = pcall(callThrough, error, 'inner', 0); return e"), "inner");
+    // Nested: a boundary error inside a call made by another boundary.
+    EXPECT_EQ(Eval("local ok, e = pcall(callThrough, throwHost, 'deep'); return e"), "host says: deep");
+    EXPECT_EQ(Eval("return callThrough(function(x) return x * 2 end, 21)"), "42");
+    EXPECT_EQ(Eval("collectgarbage(); return select('#', pcall(error))"), "2");
 }
 
 TEST_F(BoundaryTest, LuaErrorCarriesTheCallersPosition)
