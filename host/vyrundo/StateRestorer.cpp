@@ -1,0 +1,7 @@
+#include "vyrundo/StateRestorer.h"
+
+namespace vyrundo {
+
+StateRestorer::~StateRestorer() = default;
+
+} // namespace vyrundo
