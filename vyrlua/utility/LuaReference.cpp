@@ -5,9 +5,7 @@
 
 namespace vyrlua::utility {
 
-namespace detail {
-
-KzDeferredLuaStateLocator RequireLocator(lua_State* L)
+KzDeferredLuaStateLocator FindDeferredLuaStateLocator(lua_State* L)
 {
     KzDeferredLuaStateLocator locator = nullptr;
     lua_pushlstring(L, "dlsl-fn", 7);
@@ -21,6 +19,14 @@ KzDeferredLuaStateLocator RequireLocator(lua_State* L)
         !lua_getmetatable(L, -1))
         locator = *static_cast<KzDeferredLuaStateLocator*>(lua_touserdata(L, -1));
     lua_settop(L, base);
+    return locator;
+}
+
+namespace detail {
+
+KzDeferredLuaStateLocator RequireLocator(lua_State* L)
+{
+    KzDeferredLuaStateLocator locator = FindDeferredLuaStateLocator(L);
     if (locator == nullptr)
         throw LuaError("RegisterDeferredLuaStateLocator must be called prior to using LuaFunction");
     return locator;

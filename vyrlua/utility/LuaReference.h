@@ -16,8 +16,12 @@
 
 namespace vyrlua::utility {
 
+// The locator the host keeps in the registry under "dlsl-fn", or null when
+// there is none.
+KzDeferredLuaStateLocator FindDeferredLuaStateLocator(lua_State* L);
+
 namespace detail {
-// The locator the host keeps in the registry under "dlsl-fn". Throws
+// FindDeferredLuaStateLocator, but throws
 // LuaError("RegisterDeferredLuaStateLocator must be called prior to using
 // LuaFunction") when there is none.
 KzDeferredLuaStateLocator RequireLocator(lua_State* L);
