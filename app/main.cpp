@@ -1,4 +1,5 @@
 // vyrlua-host: runs a Lua script inside the reference host.
+#include "app/Console.h"
 #include "app/HostRuntime.h"
 
 #include "vyrcore/config.h"
@@ -9,11 +10,13 @@
 #include <cstring>
 #include <iostream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
 constexpr const char* kUsage = R"(usage: vyrlua-host [options] SCRIPT [ARGS...]
+       vyrlua-host [options] --console [SCRIPT [ARGS...]]
 
 Runs SCRIPT in the reference host with the vyrlua library loaded. ARGS are
 passed to the script as arg[1..] and as the chunk's "...".
@@ -27,6 +30,8 @@ options:
                          (default: the VYRLUA_TRACE environment variable)
   --log-file FILE        write log lines to FILE instead of stderr
   --crash-report FILE    on a fatal signal, write a crash report to FILE
+  --console              after SCRIPT (if any), run each line of standard input
+                         as Lua; results to stdout, errors to stderr
 
 Exit status: 0 when the script ran to its end, 1 on an error (its text goes
 to stderr), 2 on bad options.
@@ -38,6 +43,7 @@ struct Options {
     std::string trace;
     std::string logFile;
     std::string crashReport;
+    bool console = false;
     std::string script;
     std::vector<std::string> args;
 };
@@ -83,6 +89,8 @@ int ParseOptions(int argc, char** argv, Options& options)
         } else if (option == "--crash-report") {
             if (!value(options.crashReport))
                 return Fail("--crash-report needs a file");
+        } else if (option == "--console") {
+            options.console = true;
         } else if (option == "--") {
             ++i;
             break;
@@ -90,6 +98,8 @@ int ParseOptions(int argc, char** argv, Options& options)
             return Fail("unknown option " + option + " (see --help)");
         }
     }
+    if (i >= argc && options.console)
+        return -1;
     if (i >= argc)
         return Fail("no script given (see --help)");
     options.script = argv[i++];
@@ -120,7 +130,10 @@ int main(int argc, char** argv)
 
     try {
         vyrhost::HostRuntime runtime(options.host);
-        error = runtime.RunFile(options.script, options.args);
+        if (!options.console || !options.script.empty())
+            error = runtime.RunFile(options.script, options.args);
+        if (error.empty() && options.console)
+            return vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0);
     } catch (const std::exception& e) {
         error = e.what();
     }
