@@ -59,7 +59,7 @@ TEST_F(ConsoleTest, WritesResultsSeparatedByTabs)
     // Other values as the script's tostring shows them.
     EXPECT_EQ(Execute(L"return setmetatable({}, { __tostring = function() return 'Thing' end })"),
               "Thing\n");
-    std::string plain = Execute(L"return print");
+    std::string plain = Execute(L"return function() end");
     EXPECT_EQ(plain.rfind("function: 0x", 0), 0u) << plain;
     EXPECT_EQ(Posted(), "");
     // A failing tostring is reported; the plain form is shown.
