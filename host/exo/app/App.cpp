@@ -1,6 +1,7 @@
 #include "exo/app/App.h"
 
 #include "vyrcore/config.h"
+#include "vyrui/EventLoop.h"
 
 #include <atomic>
 
@@ -10,13 +11,22 @@ namespace {
 std::atomic<App*> gApp{nullptr};
 } // namespace
 
-AppBase::AppBase() : mResources(std::make_unique<vyrui::utility::DirectoryResourceManager>()) {}
+AppBase::AppBase()
+    : mResources(std::make_unique<vyrui::utility::DirectoryResourceManager>()),
+      mEventLoop(std::make_unique<vyrui::EventLoop>())
+{
+}
 
 AppBase::~AppBase() = default;
 
 vyrui::utility::ResourceManager& AppBase::GetAppResourceManager()
 {
     return *mResources;
+}
+
+vyrui::EventLoop& AppBase::GetEventLoop()
+{
+    return *mEventLoop;
 }
 
 void AppBase::SetResourceDirectory(const vyrcore::filesupport::Dir& dir)

@@ -7,6 +7,10 @@
 
 #include <memory>
 
+namespace vyrui {
+class EventLoop;
+}
+
 namespace exo::app {
 
 class AppBase {
@@ -22,8 +26,12 @@ public:
     // Replaces the resource store (tests, or a host with another store).
     void SetResourceManager(std::unique_ptr<vyrui::utility::ResourceManager> manager);
 
+    // The application's event loop: timers, posted tasks, tool-tip delays.
+    vyrui::EventLoop& GetEventLoop();
+
 private:
     std::unique_ptr<vyrui::utility::ResourceManager> mResources;
+    std::unique_ptr<vyrui::EventLoop> mEventLoop;
 };
 
 class App : public AppBase {

@@ -1,0 +1,65 @@
+// A top-level window: the root of a node tree that the platform shows. It
+// owns the tree's dirty region (as any root does), has a title, a display
+// scale factor and a draw supplier, and renders through the function the
+// application installs (to the screen, or headless to an image).
+#pragma once
+
+#include "vyrui/ui/UI_Node.h"
+
+#include <functional>
+#include <string>
+
+namespace vyrui::ui {
+
+class OS_Window : public UI_Node {
+public:
+    // Registers with the node manager's window list.
+    explicit OS_Window(std::string id = {}, const RectF& structureRect = {});
+    ~OS_Window() override;
+
+    const std::u16string& GetTitle() const { return mTitle; }
+    void SetTitle(std::u16string title) { mTitle = std::move(title); }
+
+    // Must be finite and > 0 (HostException otherwise).
+    void SetViewScaleFactor(float scale);
+    float GetViewScaleFactor() const override { return mScale; }
+
+    void SetDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier);
+    std::shared_ptr<drawbot::SupplierInterface> UI_GetDrawSupplier() const override;
+
+    // Draws `dirty` (window coordinates) of the window.
+    using RenderFunction = std::function<void(OS_Window& window, const RectI& dirty)>;
+    void SetRenderFunction(RenderFunction render) { mRender = std::move(render); }
+    // Renders the dirty region, if any, and clears it.
+    void UI_UpdateNow() override;
+    int RenderCount() const { return mRenders; }
+
+private:
+    std::u16string mTitle;
+    float mScale = 1;
+    std::shared_ptr<drawbot::SupplierInterface> mSupplier;
+    RenderFunction mRender;
+    int mRenders = 0;
+};
+
+// A transient window (menus, pop-overs).
+class OS_PopupWindow : public OS_Window {
+public:
+    using OS_Window::OS_Window;
+};
+
+// A dialog: a window that can run modally, refusing input to other trees
+// while it does.
+class UI_Dialog : public OS_Window {
+public:
+    using OS_Window::OS_Window;
+    ~UI_Dialog() override;
+    void BeginModal();
+    void EndModal();
+    bool IsModal() const { return mModal; }
+
+private:
+    bool mModal = false;
+};
+
+} // namespace vyrui::ui
