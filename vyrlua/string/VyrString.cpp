@@ -16,9 +16,9 @@
 #include <cctype>
 #include <cmath>
 #include <cstdint>
-#include <iterator>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
