@@ -1,0 +1,397 @@
+// Operation binding, dispatch of host messages to Lua handlers, timers,
+// input events as Lua objects, and capture objects.
+#include "UiFixture.h"
+
+#include "vyrcore/DebugDatabase.h"
+#include "vyrcore/debug.h"
+#include "vyrlua/ui/LuaUIEvents.h"
+#include "vyrui/ui/OS_Window.h"
+#include "vyrui/ui/UI_Container.h"
+#include "vyrui/ui/UI_NodeManager.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+using namespace vyrui::ui;
+using namespace vyrui::events;
+using vyrlua::ui::NodePtr;
+using vyrtest::UiTest;
+
+namespace {
+
+MouseEvent Down(float x, float y)
+{
+    MouseEvent e;
+    e.type = MouseEventType::Down;
+    e.position = {x, y};
+    e.button = e.buttons = kMouseButton_Left;
+    return e;
+}
+
+// Log lines written while alive.
+class LogCapture {
+public:
+    LogCapture() : mPath(testing::TempDir() + "vyrlua_ui_log.txt")
+    {
+        std::remove(mPath.c_str());
+        vyrcore::debug::SetLogFile(mPath);
+    }
+    ~LogCapture() { vyrcore::debug::SetLogFile({}); }
+    std::string Text() const
+    {
+        std::ifstream in(mPath);
+        std::stringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+
+private:
+    std::string mPath;
+};
+
+} // namespace
+
+TEST_F(UiTest, AScriptBuiltTreeReceivesAHitTestedMouseEvent)
+{
+    Run(R"(
+        root = vyrcontrols.NewWindow('root', Rect(0, 0, 200, 100), 'Main')
+        local panel = vyrcontrols.NewNode('panel', Rect(10, 10, 100, 50))
+        local leaf = vyrcontrols.NewNode('leaf', Rect(20, 5, 30, 20))
+        root:ChildPushBack(panel)
+        panel:ChildPushBack(leaf)
+        leaf:BindVyrOperation('OnDoMouseEvent', function(e, node)
+          got = string.format('%s %g,%g global %g,%g clicks %d on %s', e.type, e.x, e.y,
+                              e.globalX, e.globalY, e.clickCount, node:UI_GetNodeID())
+          return true
+        end))");
+    NodePtr root = GlobalNode("root");
+    ASSERT_TRUE(root);
+    EXPECT_TRUE(UI_NodeManager::Get()->DispatchMouseEvent(*root, Down(35.5f, 20)));
+    EXPECT_EQ(Eval("return got"), "down 5.5,5 global 35.5,20 clicks 1 on leaf");
+    // Outside the leaf: nobody handles it.
+    EXPECT_FALSE(UI_NodeManager::Get()->DispatchMouseEvent(*root, Down(150, 80)));
+}
+
+TEST_F(UiTest, RebindingReplacesAndTheResultIsLuaTruth)
+{
+    NodePtr node(new UI_Node("n", {0, 0, 10, 10}));
+    SetGlobalNode("n", node);
+    EXPECT_EQ(Eval("return n:BindVyrOperation('OnDoMouseEvent', function() return false end)"), "true");
+    Run("n:BindVyrOperation('OnDoMouseEvent', function() calls = (calls or 0) + 1 return result end)");
+    const std::pair<const char*, bool> results[] = {
+        {"nil", false}, {"false", false}, {"0", true}, {"''", true}, {"{}", true}, {"true", true}};
+    for (auto [value, handled] : results) {
+        Run(std::string("result = ") + value);
+        EXPECT_EQ(node->UI_DoMouseEvent(Down(1, 1)), handled) << value;
+    }
+    EXPECT_EQ(Eval("return calls"), "6"); // only the second function ever ran
+
+    EXPECT_EQ(Error("n:BindVyrOperation('OnDoMouseEvent', 'not a function')"),
+              "test:1: bad argument #2 to 'BindVyrOperation' (function expected, got string)");
+    EXPECT_EQ(Error("n:BindVyrOperation(nil, print)"),
+              "test:1: bad argument #1 to 'BindVyrOperation' (string expected, got nil)");
+    EXPECT_EQ(Error("n.BindVyrOperation({}, 'x', print)"), "test:1: Bad user data");
+    Run("n:Release()");
+    EXPECT_EQ(Eval("return n:BindVyrOperation('OnDoMouseEvent', print)"), "false");
+}
+
+TEST_F(UiTest, BindingsBelongToTheNodeNotTheWrapper)
+{
+    NodePtr node(new UI_Node("n", {0, 0, 10, 10}));
+    SetGlobalNode("n", node);
+    Run("n:BindVyrOperation('OnDoKeyboardEvent', function(e, self) "
+        "  seen = e.type .. ' ' .. e.keyCode .. ' ' .. e.text .. ' ' .. self:UI_GetNodeID() "
+        "  return true end)");
+    Run("n = nil; collectgarbage(); collectgarbage()");
+    KeyboardEvent k;
+    k.type = KeyboardEventType::Char;
+    k.keyCode = kKey_A;
+    k.text = "ä";
+    EXPECT_TRUE(node->UI_DoKeyboardEvent(k));
+    EXPECT_EQ(Eval("return seen"), "char 65 ä n");
+    // Unbound operations are not handled; any name can be bound.
+    EXPECT_FALSE(node->UI_DoTouchEvent(TouchEvent{}));
+    SetGlobalNode("n", node);
+    EXPECT_EQ(Eval("return n:BindVyrOperation('OnSomethingElse', print)"), "true");
+}
+
+TEST_F(UiTest, DispatchEmptiesTheStackAndReportsHandlerErrors)
+{
+    NodePtr node(new UI_Node("n", {0, 0, 10, 10}));
+    SetGlobalNode("n", node);
+    Run("n:BindVyrOperation('OnDoGestureEvent', function(e) return e.kind == 'zoom' end)");
+    lua_pushinteger(L(), 1);
+    lua_pushstring(L(), "left by the caller");
+    GestureEvent g;
+    g.kind = GestureKind::Zoom;
+    EXPECT_TRUE(node->UI_DoGestureEvent(g));
+    EXPECT_EQ(lua_gettop(L()), 0);
+
+    Run("n:BindVyrOperation('OnDoGestureEvent', function() error('boom') end)");
+    lua_pushnil(L());
+    EXPECT_FALSE(node->UI_DoGestureEvent(g));
+    EXPECT_EQ(lua_gettop(L()), 0);
+    ASSERT_EQ(reportedErrors.size(), 1u);
+    EXPECT_EQ(reportedErrors[0], "test:1: boom");
+
+    // After the state is gone a bound operation is simply not handled.
+    Runtime().Close();
+    EXPECT_FALSE(node->UI_DoGestureEvent(g));
+}
+
+TEST_F(UiTest, NilReturnsAreLoggedOnlyWithTheGripeFlag)
+{
+    NodePtr node(new UI_Node("n", {0, 0, 10, 10}));
+    SetGlobalNode("n", node);
+    const char* handler = "\n\nlocal f = function() end\nreturn f";
+    ASSERT_EQ(luaL_loadbuffer(L(), handler, std::strlen(handler), "@/some/dir/handlers.lua"), 0);
+    lua_call(L(), 0, 1);
+    lua_setglobal(L(), "handler");
+    Run("n:BindVyrOperation('OnDoMouseEvent', handler)");
+    auto& db = vyrcore::debug::DebugDatabase::Get();
+    {
+        LogCapture log;
+        db.Set("vyrluaNilReturnGripe", false);
+        EXPECT_FALSE(node->UI_DoMouseEvent(Down(1, 1)));
+        EXPECT_EQ(log.Text(), "");
+        db.Set("vyrluaNilReturnGripe", true);
+        EXPECT_FALSE(node->UI_DoMouseEvent(Down(1, 1)));
+        Run("n:BindVyrOperation('OnDoMouseEvent', function() return false end)");
+        EXPECT_FALSE(node->UI_DoMouseEvent(Down(1, 1))); // false is not nil
+        EXPECT_EQ(log.Text(), "[vyrlua] warning: OnDoMouseEvent returned nil - handlers.lua:3\n");
+    }
+    db.Remove("vyrluaNilReturnGripe");
+}
+
+TEST_F(UiTest, TimersFireRepeatSurviveErrorsAndStopWhenRemoved)
+{
+    NodePtr node(new UI_Node("n"));
+    SetGlobalNode("n", node);
+    Run(R"(
+        ticks = 0
+        id = n:UI_InstallTimer(0.5, function()
+          ticks = ticks + 1
+          if ticks == 2 then error('tick two fails') end
+        end))");
+    EXPECT_EQ(Eval("return type(id)"), "number");
+    Loop().RunFor(1.6);
+    EXPECT_EQ(Eval("return ticks"), "3");
+    ASSERT_EQ(reportedErrors.size(), 1u);
+    EXPECT_NE(reportedErrors[0].find("tick two fails"), std::string::npos);
+
+    // Collecting the wrapper does not stop the timer: it belongs to the node.
+    Run("n = nil; collectgarbage()");
+    Loop().RunFor(0.5);
+    EXPECT_EQ(Eval("return ticks"), "4");
+    SetGlobalNode("n", node);
+    Run("n:UI_RemoveTimer(id)");
+    Loop().RunFor(2);
+    EXPECT_EQ(Eval("return ticks"), "4");
+    EXPECT_FALSE(node->UI_HasTimer(static_cast<int>(std::stod(Eval("return id")))));
+
+    Run("n:UI_RemoveTimer(12345)"); // unknown: harmless
+    EXPECT_EQ(Error("n:UI_InstallTimer(0/0, print)"),
+              "UI_InstallTimer: the interval must be a finite number of seconds >= 0");
+    EXPECT_EQ(Error("n:UI_InstallTimer(1, 'no')"),
+              "test:1: bad argument #2 to 'UI_InstallTimer' (function expected, got string)");
+    EXPECT_EQ(Error("n:UI_RemoveTimer(2^40)"),
+              "test:1: bad argument #1 to 'UI_RemoveTimer' (number has no integer representation)");
+}
+
+TEST_F(UiTest, TimerIDsAreUniqueAndATimerCanRemoveItself)
+{
+    Run(R"(
+        a = vyrcontrols.NewNode(); b = vyrcontrols.NewNode()
+        count = 0
+        ida = a:UI_InstallTimer(0.1, function() count = count + 1; a:UI_RemoveTimer(ida) end)
+        idb = b:UI_InstallTimer(0.1, function() end))");
+    EXPECT_EQ(Eval("return ida ~= idb"), "true");
+    Loop().RunFor(1);
+    EXPECT_EQ(Eval("return count"), "1");
+}
+
+TEST_F(UiTest, ATimerThatFiresAfterTheStateClosedDoesNothing)
+{
+    NodePtr node(new UI_Node("n"));
+    SetGlobalNode("n", node);
+    int id = std::stoi(Eval("return n:UI_InstallTimer(0.25, function() fired = true end)"));
+    // A native listener sees the timer go on firing, and the Lua one decline.
+    int firings = 0, claimed = 0;
+    node->UI_InstallTimerNotifyFunction(std::make_shared<std::function<bool(int)>>([&](int) {
+        ++firings;
+        return false;
+    }));
+    Runtime().Close();
+    for (int i = 0; i < 4; ++i) {
+        Loop().RunNext();
+        claimed += node->UI_DoTimerNotify(id) ? 1 : 0; // the Lua notify declines
+    }
+    EXPECT_EQ(firings, 4 + 4);
+    EXPECT_EQ(claimed, 0);
+    node.reset(); // drops the Lua reference without touching the closed state
+}
+
+TEST_F(UiTest, EventsRoundTripThroughLua)
+{
+    MouseEvent m;
+    m.type = MouseEventType::Wheel;
+    m.position = {1.5f, -2};
+    m.globalPosition = {100.25f, 3};
+    m.button = kMouseButton_Right;
+    m.buttons = kMouseButton_Right | kMouseButton_Middle;
+    m.modifiers = kModifier_Shift | kModifier_Command;
+    m.clickCount = 2;
+    m.wheelDelta = {0, -3};
+    m.timestamp = 12.125;
+    vyrlua::ui::PushMouseEventToLua(L(), m);
+    EXPECT_EQ(*vyrlua::ui::GetMouseEventFromLua(L(), -1), m);
+    lua_setglobal(L(), "m");
+    EXPECT_EQ(Run("return m.type, m.x, m.globalX, m.buttons, m.modifiers, m.wheelDeltaY, m.nothing"),
+              (std::vector<std::string>{"wheel", "1.5", "100.25", "6", "9", "-3", "nil"}));
+    EXPECT_EQ(Run("return m:HasModifier(1), m:HasModifier(2), tostring(m:GetPoint())"),
+              (std::vector<std::string>{"true", "false", "PointF32(1.5, -2)"}));
+    // The constructor reads the same fields back.
+    EXPECT_EQ(Eval("local c = vyrlua_CreateNewVYRUIMouseEvent{type = m.type, x = m.x, y = m.y, "
+                   "globalX = m.globalX, globalY = m.globalY, button = m.button, buttons = m.buttons, "
+                   "modifiers = m.modifiers, clickCount = m.clickCount, wheelDeltaX = m.wheelDeltaX, "
+                   "wheelDeltaY = m.wheelDeltaY, timestamp = m.timestamp} "
+                   "return c.timestamp == m.timestamp and c.type == 'wheel' and c.y == -2"),
+              "true");
+    EXPECT_EQ(vyrlua::ui::GetKeyboardEventFromLua(L(), 1), nullptr);
+
+    MultiTouchEvent mt;
+    mt.touches.push_back({3, TouchPhase::Moved, {1, 2}, {3, 4}, 0.5f});
+    mt.touches.push_back({9, TouchPhase::Ended, {5, 6}, {7, 8}, 1});
+    mt.timestamp = 4;
+    vyrlua::ui::PushMultiTouchEventToLua(L(), mt);
+    EXPECT_EQ(*vyrlua::ui::GetMultiTouchEventFromLua(L(), -1), mt);
+    lua_setglobal(L(), "mt");
+    EXPECT_EQ(Run("return mt.count, mt.touches[2].phase, mt:GetTouch(1).pressure, (mt:GetTouch(3))"),
+              (std::vector<std::string>{"2", "ended", "0.5", "nil"}));
+    Run("c = vyrlua_CreateNewVYRUIMultiTouchEvent{touches = mt.touches, timestamp = 4}");
+    lua_getglobal(L(), "c");
+    EXPECT_EQ(*vyrlua::ui::GetMultiTouchEventFromLua(L(), -1), mt);
+    lua_pop(L(), 1);
+
+    EXPECT_EQ(Eval("return vyrlua_CreateNewVYRUIGestureEvent{kind = 'rotate', rotation = 90}.rotation"),
+              "90");
+    EXPECT_EQ(Eval("return vyrlua_CreateNewVYRUITouchEvent{touchID = 7, phase = 'cancelled'}.phase"),
+              "cancelled");
+    EXPECT_EQ(Eval("return vyrlua_CreateNewVYRUIKeyboardEvent().type"), "keyDown");
+    EXPECT_EQ(Error("vyrlua_CreateNewVYRUIMouseEvent{type = 'click'}"),
+              "test:1: vyrlua_CreateNewVYRUIMouseEvent: field 'type' 'click' is not one of "
+              "down, up, move, drag, enter, exit, wheel");
+    EXPECT_EQ(Error("vyrlua_CreateNewVYRUIMouseEvent{clickCount = 0/0}"),
+              "test:1: vyrlua_CreateNewVYRUIMouseEvent: field 'clickCount' must be an integer "
+              "from -2147483648 to 2147483647");
+    EXPECT_EQ(Error("vyrlua_CreateNewVYRUIMouseEvent{buttons = -1}"),
+              "test:1: vyrlua_CreateNewVYRUIMouseEvent: field 'buttons' must be an integer "
+              "from 0 to 4294967295");
+    EXPECT_EQ(Error("vyrlua_CreateNewVYRUIMouseEvent(5)"),
+              "test:1: bad argument #1 to 'vyrlua_CreateNewVYRUIMouseEvent' (table expected, got number)");
+    EXPECT_EQ(Error("vyrlua_CreateNewVYRUIMultiTouchEvent{touches = {1}}"),
+              "test:1: vyrlua_CreateNewVYRUIMultiTouchEvent: field 'touches' must hold tables "
+              "(entry 1 is not)");
+}
+
+TEST_F(UiTest, ScriptsSendMouseEventsToOtherNodes)
+{
+    Run(R"(
+        root = vyrcontrols.NewNode('root', Rect(0, 0, 100, 100))
+        target = vyrcontrols.NewNode('target', Rect(40, 30, 10, 10))
+        root:ChildPushBack(target)
+        target:BindVyrOperation('OnDoMouseEvent', function(e) at = e.x .. ',' .. e.y return true end)
+        root:UI_DoMouseEvent(target, vyrlua_CreateNewVYRUIMouseEvent{type = 'down', x = 45, y = 31})
+        root:UI_DoMouseEvent(target, {}) -- not an event: nothing happens
+    )");
+    EXPECT_EQ(Eval("return at"), "5,1");
+}
+
+TEST_F(UiTest, TouchCaptureIDsAreRoundedAndCapturesRouteInput)
+{
+    Run(R"(
+        log = {}
+        cap = TouchCapture.New(3)
+        cap:BindVyrOperation(TouchCapture.captureBegin, function(c) log[#log+1] = 'begin ' .. c:GetTouchID() end)
+        cap:BindVyrOperation(TouchCapture.captureTouchEvent, function(e, c)
+          log[#log+1] = e.phase .. ' ' .. e.x; return true end)
+        cap:BindVyrOperation(TouchCapture.captureEnd, function() log[#log+1] = 'end' end)
+        UINodeManager.BeginTouchCapture(cap))");
+    EXPECT_EQ(Eval("return UINodeManager.HasTouchCapture()"), "true");
+    EXPECT_EQ(Eval("return tostring(UINodeManager.GetTouchCaptureForID(2.5)) == tostring(cap)"),
+              "true");
+    EXPECT_EQ(Run("return UINodeManager.GetTouchCaptureForID(2.49)").size(), 0u);
+    EXPECT_EQ(Run("return UINodeManager.GetTouchCaptureForID(-2.5)").size(), 0u);
+    EXPECT_EQ(Error("UINodeManager.GetTouchCaptureForID(0/0)"),
+              "test:1: bad argument #1 to 'GetTouchCaptureForID' (number has no integer representation)");
+
+    NodePtr root(new UI_Node("root", {0, 0, 100, 100}));
+    TouchEvent t;
+    t.touch.touchID = 3;
+    t.touch.phase = TouchPhase::Moved;
+    t.touch.position = {12, 1};
+    EXPECT_TRUE(UI_NodeManager::Get()->DispatchTouchEvent(*root, t));
+    t.touch.phase = TouchPhase::Ended;
+    UI_NodeManager::Get()->DispatchTouchEvent(*root, t);
+    EXPECT_EQ(Eval("return table.concat(log, '; ')"), "begin 3; moved 12; ended 12; end");
+    EXPECT_EQ(Eval("return UINodeManager.HasTouchCapture()"), "false");
+    EXPECT_EQ(Error("UINodeManager.BeginTouchCapture(InputCapture.New())"),
+              "test:1: bad argument #1 to 'BeginTouchCapture' (vyrlua.TouchCapture expected, got userdata)");
+}
+
+TEST_F(UiTest, InputCaptureTakesMouseAndKeyboardUntilEnded)
+{
+    NodePtr root(new UI_Node("root", {0, 0, 100, 100}));
+    UI_NodeManager* manager = UI_NodeManager::Get();
+    manager->DispatchMouseEvent(*root, Down(4, 4));
+    Run(R"(
+        log = {}
+        cap = InputCapture.New()
+        cap:BindVyrOperation(InputCapture.captureMouseEvent, function(e, c)
+          log[#log+1] = e.type .. ' from ' .. c:GetInitialMouseEvent().x
+          if c:GetPreviousMouseEvent() then log[#log+1] = 'after ' .. c:GetPreviousMouseEvent().x end
+          return true end)
+        cap:BindVyrOperation(InputCapture.captureKeyboardEvent, function(e) log[#log+1] = e.keyCode end)
+        cap:BindVyrOperation(InputCapture.captureCancel, function(c) log[#log+1] = 'cancel' end)
+        UINodeManager.BeginInputCapture(cap))");
+    EXPECT_TRUE(manager->DispatchMouseEvent(*root, Down(7, 7)));
+    EXPECT_TRUE(manager->DispatchMouseEvent(*root, Down(9, 9)));
+    KeyboardEvent k;
+    k.keyCode = kKey_Escape;
+    EXPECT_FALSE(manager->DispatchKeyboardEvent(k)); // its handler answered nil
+    Run("UINodeManager.EndInputCapture(true)");
+    EXPECT_EQ(Eval("return table.concat(log, '; ')"),
+              "down from 4; down from 4; after 7; 27; cancel");
+    EXPECT_EQ(Eval("return UINodeManager.HasInputCapture()"), "false");
+    EXPECT_EQ(Eval("return InputCapture.captureBegin .. ' ' .. InputCapture.captureEnd"),
+              "captureBegin captureEnd");
+}
+
+TEST_F(UiTest, NodeManagerModalFiltersAndToolTips)
+{
+    EXPECT_EQ(Eval("return UINodeManager.HasModalWindow()"), "false");
+    boost::intrusive_ptr<UI_Dialog> dialog(new UI_Dialog("d"));
+    dialog->BeginModal();
+    EXPECT_EQ(Eval("return UINodeManager.HasModalWindow()"), "true");
+    dialog->EndModal();
+
+    Run("f = vyrcontrols.NewNode('f'); UINodeManager.AddMouseEventFilterNode(f)");
+    EXPECT_EQ(UI_NodeManager::Get()->MouseEventFilterNodeCount(), 1u);
+    Run("UINodeManager.RemoveMouseEventFilterNode(f)");
+    EXPECT_EQ(UI_NodeManager::Get()->MouseEventFilterNodeCount(), 0u);
+    EXPECT_EQ(Error("UINodeManager.AddMouseEventFilterNode({})"), "test:1: Bad user data");
+
+    Run("UINodeManager.EnableToolTips(false)");
+    EXPECT_FALSE(UI_NodeManager::Get()->GetToolTipManager()->AreTipsEnabled());
+    Run("UINodeManager.EnableToolTips(true)");
+    EXPECT_TRUE(UI_NodeManager::Get()->GetToolTipManager()->AreTipsEnabled());
+}
+
+TEST_F(UiTest, InteractiveChangeMessageConstants)
+{
+    EXPECT_EQ(Run("local m = debug.getregistry().interactiveChangeMessage "
+                  "return m.beginChange, m.continueChange, m.finishChange, m.cancelChange, m.__index == m"),
+              (std::vector<std::string>{"0", "1", "2", "3", "true"}));
+}

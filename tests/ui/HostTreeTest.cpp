@@ -1,0 +1,268 @@
+// The reference host's node tree: ownership, container positions,
+// coordinates, hit testing, invalidation and focus.
+#include "vyrui/ui/OS_ScaledView.h"
+#include "vyrui/ui/OS_Window.h"
+#include "vyrui/ui/UI_Container.h"
+#include "vyrui/ui/UI_NodeManager.h"
+
+#include "vyrcore/config.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+using namespace vyrui::ui;
+using vyrcore::geom::PointF;
+using vyrcore::geom::RectF;
+using vyrcore::geom::RectI;
+
+namespace {
+
+UI_Node::Ptr Node(const std::string& id, RectF rect = {0, 0, 100, 100})
+{
+    return UI_Node::Ptr(new UI_Node(id, rect));
+}
+
+std::string ChildIDs(const UI_Node& parent)
+{
+    std::string ids;
+    for (const auto& child : parent.UI_GetChildren())
+        ids += child->UI_GetNodeID();
+    return ids;
+}
+
+// A parent with children "a", "b", "c", "d".
+UI_Node::Ptr FourChildren()
+{
+    UI_Node::Ptr parent = Node("p");
+    for (const char* id : {"a", "b", "c", "d"})
+        UI_Container::ChildPushBack(*parent, Node(id));
+    return parent;
+}
+
+} // namespace
+
+TEST(HostTree, ParentOwnsChildrenAndWeakReferencesSeeTheEnd)
+{
+    UI_Node::Ptr parent = Node("p");
+    vyrcore::utility::WeakPtr<UI_Node> weakChild;
+    {
+        UI_Node::Ptr child = Node("c");
+        weakChild = child;
+        UI_Container::ChildPushBack(*parent, child);
+    }
+    ASSERT_TRUE(weakChild.Lock());
+    EXPECT_EQ(weakChild.Lock()->UI_GetParentNode(), parent.get());
+
+    // A child that outlives its parent is left without a dangling parent.
+    UI_Node::Ptr kept = weakChild.Lock();
+    parent.reset();
+    EXPECT_EQ(kept->UI_GetParentNode(), nullptr);
+    kept.reset();
+    EXPECT_TRUE(weakChild.Expired());
+    EXPECT_FALSE(weakChild.Lock());
+}
+
+TEST(HostTree, ContainerPositionsAreZeroBasedAndOutOfRangeIsHarmless)
+{
+    UI_Node::Ptr p = FourChildren();
+    EXPECT_EQ(UI_Container::ChildGet(*p, 0)->UI_GetNodeID(), "a");
+    EXPECT_FALSE(UI_Container::ChildGet(*p, 4));
+    EXPECT_FALSE(UI_Container::ChildGet(*p, -1));
+    EXPECT_FALSE(UI_Container::ChildGet(*p, LLONG_MIN));
+
+    EXPECT_TRUE(UI_Container::ChildSwapOrder(*p, 0, 3));
+    EXPECT_EQ(ChildIDs(*p), "dbca");
+    EXPECT_FALSE(UI_Container::ChildSwapOrder(*p, 0, 4));
+    EXPECT_FALSE(UI_Container::ChildSwapOrder(*p, -1, 2));
+    EXPECT_EQ(ChildIDs(*p), "dbca");
+
+    EXPECT_TRUE(UI_Container::ChildMove(*p, 0, 2));
+    EXPECT_EQ(ChildIDs(*p), "bcda");
+    EXPECT_TRUE(UI_Container::ChildMove(*p, 3, 0));
+    EXPECT_EQ(ChildIDs(*p), "abcd");
+    // The destination is clamped; an impossible source changes nothing.
+    EXPECT_TRUE(UI_Container::ChildMove(*p, 0, 1000));
+    EXPECT_EQ(ChildIDs(*p), "bcda");
+    EXPECT_FALSE(UI_Container::ChildMove(*p, 9, 0));
+    EXPECT_EQ(ChildIDs(*p), "bcda");
+    EXPECT_EQ(UI_Container::ChildGet(*p, 2)->UI_GetIndex(), 2);
+}
+
+TEST(HostTree, PushBackReparentsAndRefusesCycles)
+{
+    UI_Node::Ptr a = Node("a"), b = Node("b"), c = Node("c");
+    UI_Container::ChildPushBack(*a, b);
+    UI_Container::ChildPushBack(*b, c);
+    EXPECT_THROW(UI_Container::ChildPushBack(*c, a), vyrcore::config::HostException);
+    EXPECT_THROW(UI_Container::ChildPushBack(*a, a), vyrcore::config::HostException);
+    EXPECT_EQ(ChildIDs(*a), "b");
+
+    // Moving c up to a takes it from b first.
+    UI_Container::ChildPushBack(*a, c);
+    EXPECT_EQ(ChildIDs(*a), "bc");
+    EXPECT_EQ(ChildIDs(*b), "");
+    EXPECT_TRUE(c->UI_IsChildOf(a.get()));
+    EXPECT_FALSE(c->UI_IsChildOf(b.get()));
+
+    EXPECT_FALSE(UI_Container::ChildRemove(*b, *c));
+    EXPECT_TRUE(UI_Container::ChildRemove(*a, *c));
+    EXPECT_EQ(c->UI_GetParentNode(), nullptr);
+    EXPECT_EQ(c->UI_GetIndex(), -1);
+
+    UI_Container::DeleteChildren(*a);
+    EXPECT_EQ(UI_Container::ChildSize(*a), 0);
+    EXPECT_EQ(b->UI_GetParentNode(), nullptr);
+}
+
+TEST(HostTree, DescendentSearchIsPreOrderAndSkipsSelf)
+{
+    UI_Node::Ptr root = Node("x");
+    UI_Node::Ptr first = Node("first"), second = Node("x"), grandchild = Node("x");
+    UI_Container::ChildPushBack(*root, first);
+    UI_Container::ChildPushBack(*root, second);
+    UI_Container::ChildPushBack(*first, grandchild);
+    EXPECT_EQ(root->UI_GetDescendentByID("x"), grandchild.get());
+    EXPECT_EQ(root->UI_GetDescendentByID("X"), nullptr);
+    EXPECT_EQ(grandchild->UI_GetDescendentByID("x"), nullptr);
+}
+
+TEST(HostTree, CoordinatesGoThroughOffsetsAndScaledViews)
+{
+    UI_Node::Ptr root = Node("root", {100, 50, 400, 300});
+    UI_Node::Ptr child = Node("child", {10, 20, 200, 100});
+    UI_Container::ChildPushBack(*root, child);
+    EXPECT_EQ(child->UI_LocalToGlobalPointF({1, 2}), (PointF{111, 72}));
+    EXPECT_EQ(child->UI_GlobalToLocalPointF({111, 72}), (PointF{1, 2}));
+    EXPECT_EQ(child->UI_LocalToRootPointF({1, 2}), (PointF{11, 22}));
+
+    boost::intrusive_ptr<OS_ScaledView> scaled(new OS_ScaledView("s", {0, 0, 100, 100}));
+    scaled->UI_SetScale({0.5f, 0.25f});
+    scaled->UI_SetOffset({10, 0});
+    UI_Container::ChildPushBack(*root, scaled);
+    UI_Node::Ptr content = Node("content", {20, 10, 10, 10});
+    UI_Container::ChildPushBack(*scaled, content);
+    // Content point c shows at (c - offset) / scale in the scaled view.
+    PointF g = content->UI_LocalToGlobalPointF({0, 0});
+    EXPECT_EQ(g, (PointF{100 + 20, 50 + 40}));
+    EXPECT_EQ(content->UI_GlobalToLocalPointF(g), (PointF{0, 0}));
+    EXPECT_EQ(scaled->UI_GetScaleRect({0, 0, 100, 100}), (RectF{10, 0, 50, 25}));
+    EXPECT_EQ(scaled->UI_GetInverseScaleRect(scaled->UI_GetScaleRect({4, 8, 20, 40})),
+              (RectF{4, 8, 20, 40}));
+    scaled->UI_SetScale({-1, 1});
+    RectF flipped = scaled->UI_GetScaleRect({0, 0, 10, 10});
+    EXPECT_EQ(flipped, (RectF{0, 0, 10, 10}));
+    EXPECT_THROW(scaled->UI_SetScale({0, 1}), vyrcore::config::HostException);
+    EXPECT_THROW(scaled->UI_SetOffset({NAN, 1}), vyrcore::config::HostException);
+}
+
+TEST(HostTree, RectanglesMustBeFiniteAndNonNegative)
+{
+    UI_Node::Ptr n = Node("n");
+    EXPECT_THROW(n->UI_SetLocalRectF({0, 0, -1, 5}), vyrcore::config::HostException);
+    EXPECT_THROW(n->UI_SetLocalRectF({INFINITY, 0, 1, 5}), vyrcore::config::HostException);
+    EXPECT_THROW(n->UI_SetLocalRectF({0, NAN, 1, 5}), vyrcore::config::HostException);
+    EXPECT_EQ(n->UI_GetLocalRectF(), (RectF{0, 0, 100, 100}));
+}
+
+TEST(HostTree, HitTestFindsTheDeepestVisibleEnabledNode)
+{
+    UI_Node::Ptr root = Node("root", {0, 0, 200, 200});
+    UI_Node::Ptr panel = Node("panel", {10, 10, 100, 100});
+    UI_Node::Ptr below = Node("below", {20, 20, 50, 50});
+    UI_Node::Ptr above = Node("above", {30, 30, 50, 50});
+    UI_Container::ChildPushBack(*root, panel);
+    UI_Container::ChildPushBack(*panel, below);
+    UI_Container::ChildPushBack(*panel, above);
+
+    EXPECT_EQ(root->UI_HitTest({45, 45}), above.get()); // the later sibling is on top
+    EXPECT_EQ(root->UI_HitTest({32, 32}), below.get());
+    EXPECT_EQ(root->UI_HitTest({15, 15}), panel.get());
+    EXPECT_EQ(root->UI_HitTest({150, 150}), root.get());
+    EXPECT_EQ(root->UI_HitTest({250, 10}), nullptr);
+
+    above->UI_Show(false);
+    EXPECT_EQ(root->UI_HitTest({45, 45}), below.get());
+    below->UI_SetEnabled(false);
+    EXPECT_EQ(root->UI_HitTest({45, 45}), panel.get());
+
+    // Outside its parent, a child is reachable unless the parent clips.
+    UI_Node::Ptr outside = Node("outside", {150, 0, 20, 20});
+    UI_Container::ChildPushBack(*panel, outside);
+    EXPECT_EQ(root->UI_HitTest({165, 15}), outside.get());
+    panel->UI_SetClipToSelfEnabled(true);
+    EXPECT_EQ(root->UI_HitTest({165, 15}), root.get());
+}
+
+TEST(HostTree, InvalidationCollectsAWholeUnitAreaAtTheRoot)
+{
+    UI_Node::Ptr root = Node("root", {0, 0, 200, 200});
+    UI_Node::Ptr child = Node("child", {10.5f, 20, 30, 40});
+    UI_Container::ChildPushBack(*root, child);
+    root->UI_ClearDirtyRegion();
+
+    child->UI_Invalidate(RectI{0, 0, 2, 2});
+    EXPECT_EQ(root->UI_GetDirtyRegion(), (RectI{10, 20, 3, 2}));
+    child->UI_Invalidate(RectI{20, 30, 5, 5});
+    EXPECT_EQ(root->UI_GetDirtyRegion(), (RectI{10, 20, 26, 35}));
+    EXPECT_EQ(child->UI_GetDirtyRegion(), (RectI{}));
+
+    root->UI_ClearDirtyRegion();
+    child->UI_Show(false);
+    root->UI_ClearDirtyRegion();
+    child->UI_Invalidate();
+    EXPECT_EQ(root->UI_GetDirtyRegion(), (RectI{}));
+    EXPECT_EQ(RoundOutward({-0.5f, 0.5f, 1, 1}), (RectI{-1, 0, 2, 2}));
+}
+
+TEST(HostTree, WindowsRenderTheirDirtyRegionOnUpdate)
+{
+    boost::intrusive_ptr<OS_Window> window(new OS_Window("w", {0, 0, 50, 50}));
+    std::vector<RectI> rendered;
+    window->SetRenderFunction([&](OS_Window&, const RectI& dirty) { rendered.push_back(dirty); });
+    UI_Node::Ptr child = Node("c", {5, 5, 10, 10});
+    UI_Container::ChildPushBack(*window, child);
+    child->UI_UpdateNow();
+    ASSERT_EQ(rendered.size(), 1u);
+    EXPECT_EQ(rendered[0], (RectI{5, 5, 10, 10}));
+    window->UI_UpdateNow(); // clean: nothing to draw
+    EXPECT_EQ(rendered.size(), 1u);
+    auto windows = UI_NodeManager::Get()->GetWindows();
+    EXPECT_NE(std::find(windows.begin(), windows.end(), window), windows.end());
+}
+
+TEST(HostTree, KeyboardFocusNeedsAWillingVisibleEnabledNode)
+{
+    UI_NodeManager* manager = UI_NodeManager::Get();
+    UI_Node::Ptr root = Node("root");
+    UI_Node::Ptr a = Node("a"), b = Node("b");
+    UI_Container::ChildPushBack(*root, a);
+    UI_Container::ChildPushBack(*root, b);
+
+    EXPECT_FALSE(a->UI_GainKeyboardFocus(kFocusReason_Mouse));
+    a->UI_SetWantsKeyboardFocus(true);
+    b->UI_SetWantsKeyboardFocus(true);
+    root->UI_SetEnabled(false);
+    EXPECT_FALSE(a->UI_GainKeyboardFocus(kFocusReason_Mouse));
+    root->UI_SetEnabled(true);
+    EXPECT_TRUE(a->UI_GainKeyboardFocus(kFocusReason_Mouse));
+    EXPECT_TRUE(a->UI_HasKeyboardFocus());
+    EXPECT_TRUE(b->UI_GainKeyboardFocus(kFocusReason_Tab));
+    EXPECT_EQ(manager->GetKeyboardFocusLeafNode(), b);
+    EXPECT_EQ(manager->GetPreviousKeyboardFocusNode(), a);
+
+    // Tab walks the tree in order and wraps.
+    vyrui::events::KeyboardEvent tab;
+    tab.keyCode = vyrui::events::kKey_Tab;
+    EXPECT_TRUE(manager->DispatchKeyboardEvent(tab));
+    EXPECT_EQ(manager->GetKeyboardFocusLeafNode(), a);
+
+    // Hiding or removing the holder takes the focus away.
+    a->UI_Show(false);
+    EXPECT_FALSE(manager->GetKeyboardFocusLeafNode());
+    EXPECT_TRUE(b->UI_GainKeyboardFocus(0));
+    UI_Container::ChildRemove(*root, *b);
+    EXPECT_FALSE(manager->GetKeyboardFocusLeafNode());
+}

@@ -1,0 +1,79 @@
+#include "vyrlua/ui/LuaControlWrapperBase.h"
+
+#include "vyrlua/ui/LuaBindingTable.h"
+#include "vyrlua/utility/LuaBoundary.h"
+#include "vyrui/ui/UI_NodeManager.h"
+
+#include <memory>
+
+namespace vyrlua::ui {
+
+LuaControlWrapperBase::LuaControlWrapperBase(const NodePtr& node, lua_State*) : node(node) {}
+
+LuaControlWrapperBase::~LuaControlWrapperBase() = default;
+
+void LuaControlWrapperBase::ReleaseNode()
+{
+    // Cleared before the count drops: the node's destruction must not find
+    // itself still held here.
+    NodePtr old;
+    old.swap(node);
+}
+
+bool LuaControlWrapperBase::InstallTimer(lua_State*, float interval, LuaFunctionRef callback,
+                                         int& timerID)
+{
+    if (!node)
+        return false;
+    LuaBindingTable* table = GetLuaBindingTable(*node, true);
+    vyrui::ui::UI_NodeManager* manager = vyrui::ui::UI_NodeManager::Get(false);
+    if (!table || !manager)
+        return false;
+    int id = manager->GetUniqueTimerID();
+    auto notify = std::make_shared<std::function<bool(int)>>(
+        [id, callback](int firedID) { return OnDoTimerNotify(firedID, id, callback); });
+    node->UI_InstallTimer(interval, id);
+    node->UI_InstallTimerNotifyFunction(notify);
+    table->timers[id] = notify;
+    timerID = id;
+    return true;
+}
+
+void LuaControlWrapperBase::RemoveTimer(int timerID)
+{
+    if (!node)
+        return;
+    node->UI_RemoveTimer(timerID, true);
+    // Made even when missing: removing leaves a binding table behind.
+    LuaBindingTable* table = GetLuaBindingTable(*node, true);
+    if (!table)
+        return;
+    auto it = table->timers.find(timerID);
+    if (it == table->timers.end())
+        return;
+    node->UI_RemoveTimerNotifyFunction(it->second);
+    table->timers.erase(it);
+}
+
+bool LuaControlWrapperBase::OnDoTimerNotify(int firedID, int timerID, LuaFunctionRef callback)
+{
+    return utility::NotifyLuaTimer(firedID, timerID, callback);
+}
+
+LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
+{
+    if (!lua_isuserdata(L, index) || !lua_getmetatable(L, index))
+        throw utility::LuaError("Bad user data");
+    // Raw: the type mark is the metatable's own field, and a metamethod of
+    // a foreign metatable must not run here.
+    lua_pushstring(L, kControlWrapperIdentifier);
+    lua_rawget(L, -2);
+    int type = lua_type(L, -1);
+    lua_pop(L, 2);
+    if (type != LUA_TFUNCTION)
+        throw utility::LuaError("Bad user data");
+    auto** block = static_cast<LuaControlWrapperBase**>(lua_touserdata(L, index));
+    return block ? *block : nullptr;
+}
+
+} // namespace vyrlua::ui

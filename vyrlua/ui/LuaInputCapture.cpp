@@ -1,0 +1,157 @@
+#include "vyrlua/ui/LuaInputCapture.h"
+
+#include "vyrlua/ui/LuaUIEvents.h"
+#include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaBoundary.h"
+
+namespace vyrlua::ui {
+
+void LuaInputCapture::OnCaptureBegin()
+{
+    Dispatch(Find(kCaptureBegin), kCaptureBegin,
+             [this](lua_State* L) { return PushInputCaptureToLua(L, this); });
+}
+
+bool LuaInputCapture::OnCaptureMouseEvent(const vyrui::events::MouseEvent& event)
+{
+    return Dispatch(Find(kCaptureMouseEvent), kCaptureMouseEvent, [&](lua_State* L) {
+        return PushMouseEventToLua(L, event) + PushInputCaptureToLua(L, this);
+    });
+}
+
+bool LuaInputCapture::OnCaptureKeyboardEvent(const vyrui::events::KeyboardEvent& event)
+{
+    return Dispatch(Find(kCaptureKeyboardEvent), kCaptureKeyboardEvent, [&](lua_State* L) {
+        return PushKeyboardEventToLua(L, event) + PushInputCaptureToLua(L, this);
+    });
+}
+
+void LuaInputCapture::OnCaptureEnd(bool cancelled)
+{
+    const char* operation = cancelled ? kCaptureCancel : kCaptureEnd;
+    Dispatch(Find(operation), operation,
+             [this](lua_State* L) { return PushInputCaptureToLua(L, this); });
+}
+
+int PushInputCaptureToLua(lua_State* L, LuaInputCapture* capture)
+{
+    auto** block = static_cast<LuaInputCapture**>(lua_newuserdata(L, sizeof(LuaInputCapture*)));
+    *block = nullptr;
+    luaL_getmetatable(L, kInputCaptureMetatable);
+    lua_setmetatable(L, -2);
+    if (capture) {
+        capture->AddUseCount();
+        *block = capture;
+    }
+    return 1;
+}
+
+LuaInputCapture* CheckInputCapture(lua_State* L, int narg)
+{
+    return *static_cast<LuaInputCapture**>(utility::CheckUData(L, narg, kInputCaptureMetatable));
+}
+
+namespace {
+
+int NewBody(lua_State* L)
+{
+    boost::intrusive_ptr<LuaInputCapture> capture(new LuaInputCapture);
+    return PushInputCaptureToLua(L, capture.get());
+}
+
+int GcBody(lua_State* L)
+{
+    if (void* p = utility::TestUData(L, 1, kInputCaptureMetatable)) {
+        auto** block = static_cast<LuaInputCapture**>(p);
+        LuaInputCapture* capture = *block;
+        *block = nullptr;
+        if (capture)
+            capture->ReleaseUseCount();
+    }
+    return 0;
+}
+
+int ToStringBody(lua_State* L)
+{
+    lua_pushfstring(L, "InputCapture(%p)", static_cast<void*>(CheckInputCapture(L, 1)));
+    return 1;
+}
+
+int BindVyrOperationBody(lua_State* L)
+{
+    LuaInputCapture* capture = CheckInputCapture(L, 1);
+    if (!capture) {
+        lua_pushboolean(L, false);
+        return 1;
+    }
+    std::string_view operation = utility::CheckLString(L, 2);
+    utility::CheckType(L, 3, LUA_TFUNCTION);
+    lua_pushvalue(L, 3);
+    capture->Bind(operation, utility::LuaReference<LUA_TFUNCTION>::Create(L));
+    lua_pushboolean(L, true);
+    return 1;
+}
+
+int PushOptionalMouseEvent(lua_State* L, const std::optional<vyrui::events::MouseEvent>& event)
+{
+    return event ? PushMouseEventToLua(L, *event) : 0;
+}
+
+int GetInitialMouseEventBody(lua_State* L)
+{
+    LuaInputCapture* capture = CheckInputCapture(L, 1);
+    return capture ? PushOptionalMouseEvent(L, capture->GetInitialMouseEvent()) : 0;
+}
+
+int GetPreviousMouseEventBody(lua_State* L)
+{
+    LuaInputCapture* capture = CheckInputCapture(L, 1);
+    return capture ? PushOptionalMouseEvent(L, capture->GetPreviousMouseEvent()) : 0;
+}
+
+int IsCapturingBody(lua_State* L)
+{
+    LuaInputCapture* capture = CheckInputCapture(L, 1);
+    lua_pushboolean(L, capture && capture->IsCapturing());
+    return 1;
+}
+
+const luaL_Reg kMethods[] = {
+    {"__gc", utility::LuaBoundary<GcBody>},
+    {"__tostring", utility::LuaBoundary<ToStringBody>},
+    {"BindVyrOperation", utility::LuaBoundary<BindVyrOperationBody>},
+    {"GetInitialMouseEvent", utility::LuaBoundary<GetInitialMouseEventBody>},
+    {"GetPreviousMouseEvent", utility::LuaBoundary<GetPreviousMouseEventBody>},
+    {"IsCapturing", utility::LuaBoundary<IsCapturingBody>},
+    {nullptr, nullptr},
+};
+
+const luaL_Reg kFunctions[] = {
+    {"New", utility::LuaBoundary<NewBody>},
+    {nullptr, nullptr},
+};
+
+int OpenBody(lua_State* L)
+{
+    OpenUIEvents(L);
+    luaL_newmetatable(L, kInputCaptureMetatable);
+    lua_pushvalue(L, -1);
+    lua_setfield(L, -2, "__index");
+    luaL_register(L, nullptr, kMethods);
+    luaL_register(L, "InputCapture", kFunctions);
+    for (const char* phase : {kCaptureBegin, kCaptureMouseEvent, kCaptureKeyboardEvent,
+                              kCaptureEnd, kCaptureCancel}) {
+        lua_pushstring(L, phase);
+        lua_setfield(L, -2, phase);
+    }
+    return 1;
+}
+
+} // namespace
+
+} // namespace vyrlua::ui
+
+extern "C" int luaopen_vyrlua_InputCapture(lua_State* L)
+{
+    return vyrlua::utility::LuaBoundary<vyrlua::ui::OpenBody>(L);
+}

@@ -1,0 +1,153 @@
+#include "vyrlua/ui/LuaTouchCapture.h"
+
+#include "vyrlua/ui/LuaInputCapture.h"
+
+#include "vyrlua/ui/LuaUIEvents.h"
+#include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaBoundary.h"
+
+namespace vyrlua::ui {
+
+void LuaTouchCapture::OnCaptureBegin()
+{
+    Dispatch(Find(kCaptureBegin), kCaptureBegin,
+             [this](lua_State* L) { return PushTouchCaptureToLua(L, this); });
+}
+
+bool LuaTouchCapture::OnCaptureTouchEvent(const vyrui::events::TouchEvent& event)
+{
+    return Dispatch(Find(kCaptureTouchEvent), kCaptureTouchEvent, [&](lua_State* L) {
+        return PushTouchEventToLua(L, event) + PushTouchCaptureToLua(L, this);
+    });
+}
+
+void LuaTouchCapture::OnCaptureEnd(bool cancelled)
+{
+    const char* operation = cancelled ? kCaptureCancel : kCaptureEnd;
+    Dispatch(Find(operation), operation,
+             [this](lua_State* L) { return PushTouchCaptureToLua(L, this); });
+}
+
+int PushTouchCaptureToLua(lua_State* L, LuaTouchCapture* capture)
+{
+    auto** block = static_cast<LuaTouchCapture**>(lua_newuserdata(L, sizeof(LuaTouchCapture*)));
+    *block = nullptr;
+    luaL_getmetatable(L, kTouchCaptureMetatable);
+    lua_setmetatable(L, -2);
+    if (capture) {
+        capture->AddUseCount();
+        *block = capture;
+    }
+    return 1;
+}
+
+LuaTouchCapture* CheckTouchCapture(lua_State* L, int narg)
+{
+    return *static_cast<LuaTouchCapture**>(utility::CheckUData(L, narg, kTouchCaptureMetatable));
+}
+
+namespace {
+
+// (touchID) -> a capture for that touch, not yet begun.
+int NewBody(lua_State* L)
+{
+    int touchID = utility::CheckInt(L, 1);
+    boost::intrusive_ptr<LuaTouchCapture> capture(new LuaTouchCapture(touchID));
+    return PushTouchCaptureToLua(L, capture.get());
+}
+
+int GcBody(lua_State* L)
+{
+    if (void* p = utility::TestUData(L, 1, kTouchCaptureMetatable)) {
+        auto** block = static_cast<LuaTouchCapture**>(p);
+        LuaTouchCapture* capture = *block;
+        *block = nullptr;
+        if (capture)
+            capture->ReleaseUseCount();
+    }
+    return 0;
+}
+
+int ToStringBody(lua_State* L)
+{
+    lua_pushfstring(L, "TouchCapture(%p)", static_cast<void*>(CheckTouchCapture(L, 1)));
+    return 1;
+}
+
+int BindVyrOperationBody(lua_State* L)
+{
+    LuaTouchCapture* capture = CheckTouchCapture(L, 1);
+    if (!capture) {
+        lua_pushboolean(L, false);
+        return 1;
+    }
+    std::string_view operation = utility::CheckLString(L, 2);
+    utility::CheckType(L, 3, LUA_TFUNCTION);
+    lua_pushvalue(L, 3);
+    capture->Bind(operation, utility::LuaReference<LUA_TFUNCTION>::Create(L));
+    lua_pushboolean(L, true);
+    return 1;
+}
+
+int GetInitialTouchEventBody(lua_State* L)
+{
+    LuaTouchCapture* capture = CheckTouchCapture(L, 1);
+    if (!capture || !capture->GetInitialTouchEvent())
+        return 0;
+    return PushTouchEventToLua(L, *capture->GetInitialTouchEvent());
+}
+
+int GetTouchIDBody(lua_State* L)
+{
+    LuaTouchCapture* capture = CheckTouchCapture(L, 1);
+    if (!capture)
+        return 0;
+    lua_pushinteger(L, capture->GetTouchID());
+    return 1;
+}
+
+int IsCapturingBody(lua_State* L)
+{
+    LuaTouchCapture* capture = CheckTouchCapture(L, 1);
+    lua_pushboolean(L, capture && capture->IsCapturing());
+    return 1;
+}
+
+const luaL_Reg kMethods[] = {
+    {"__gc", utility::LuaBoundary<GcBody>},
+    {"__tostring", utility::LuaBoundary<ToStringBody>},
+    {"BindVyrOperation", utility::LuaBoundary<BindVyrOperationBody>},
+    {"GetInitialTouchEvent", utility::LuaBoundary<GetInitialTouchEventBody>},
+    {"GetTouchID", utility::LuaBoundary<GetTouchIDBody>},
+    {"IsCapturing", utility::LuaBoundary<IsCapturingBody>},
+    {nullptr, nullptr},
+};
+
+const luaL_Reg kFunctions[] = {
+    {"New", utility::LuaBoundary<NewBody>},
+    {nullptr, nullptr},
+};
+
+int OpenBody(lua_State* L)
+{
+    OpenUIEvents(L);
+    luaL_newmetatable(L, kTouchCaptureMetatable);
+    lua_pushvalue(L, -1);
+    lua_setfield(L, -2, "__index");
+    luaL_register(L, nullptr, kMethods);
+    luaL_register(L, "TouchCapture", kFunctions);
+    for (const char* phase : {kCaptureBegin, kCaptureTouchEvent, kCaptureEnd, kCaptureCancel}) {
+        lua_pushstring(L, phase);
+        lua_setfield(L, -2, phase);
+    }
+    return 1;
+}
+
+} // namespace
+
+} // namespace vyrlua::ui
+
+extern "C" int luaopen_vyrlua_TouchCapture(lua_State* L)
+{
+    return vyrlua::utility::LuaBoundary<vyrlua::ui::OpenBody>(L);
+}
