@@ -3,38 +3,79 @@
 #include <unicode/coll.h>
 #include <unicode/locid.h>
 #include <unicode/ustring.h>
+#include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <stdexcept>
 #include <cstdlib>
 #include <memory>
 
 namespace vyrcore::string {
 
+namespace {
+
+// ICU takes int32_t lengths: longer texts are converted in pieces that end
+// on a character boundary, so no sequence is split between two pieces.
+constexpr size_t kPiece = size_t(1) << 24;
+
+size_t UTF8PieceEnd(std::string_view utf8, size_t start)
+{
+    size_t end = std::min(utf8.size(), start + kPiece);
+    // Back up over continuation bytes (at most three) to a lead byte.
+    for (int i = 0; i < 3 && end < utf8.size() && end > start &&
+                    (static_cast<unsigned char>(utf8[end]) & 0xC0) == 0x80;
+         ++i)
+        --end;
+    return end;
+}
+
+size_t UTF16PieceEnd(std::u16string_view utf16, size_t start)
+{
+    size_t end = std::min(utf16.size(), start + kPiece);
+    if (end < utf16.size() && end > start && U16_IS_LEAD(utf16[end - 1]))
+        --end;
+    return end;
+}
+
+} // namespace
+
 UTF16String UTF8to16(std::string_view utf8)
 {
-    if (utf8.empty())
-        return {};
-    UTF16String out(utf8.size(), u'\0'); // never more UTF-16 units than bytes
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(out.data(), static_cast<int32_t>(out.size()), &length,
-                         utf8.data(), static_cast<int32_t>(utf8.size()), 0xFFFD, nullptr,
-                         &status);
-    out.resize(U_SUCCESS(status) ? static_cast<size_t>(length) : 0);
+    UTF16String out;
+    out.reserve(utf8.size()); // never more UTF-16 units than bytes
+    for (size_t start = 0; start < utf8.size();) {
+        size_t end = UTF8PieceEnd(utf8, start);
+        size_t at = out.size();
+        out.resize(at + (end - start));
+        int32_t length = 0;
+        UErrorCode status = U_ZERO_ERROR;
+        u_strFromUTF8WithSub(out.data() + at, static_cast<int32_t>(end - start), &length,
+                             utf8.data() + start, static_cast<int32_t>(end - start), 0xFFFD,
+                             nullptr, &status);
+        out.resize(at + (U_SUCCESS(status) ? static_cast<size_t>(length) : 0));
+        start = end;
+    }
     return out;
 }
 
 UTF8String UTF16to8(std::u16string_view utf16)
 {
-    if (utf16.empty())
-        return {};
-    UTF8String out(utf16.size() * 3, '\0'); // at most three bytes per unit
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8WithSub(out.data(), static_cast<int32_t>(out.size()), &length, utf16.data(),
-                       static_cast<int32_t>(utf16.size()), 0xFFFD, nullptr, &status);
-    out.resize(U_SUCCESS(status) ? static_cast<size_t>(length) : 0);
+    UTF8String out;
+    for (size_t start = 0; start < utf16.size();) {
+        size_t end = UTF16PieceEnd(utf16, start);
+        size_t at = out.size();
+        out.resize(at + (end - start) * 3); // at most three bytes per unit
+        int32_t length = 0;
+        UErrorCode status = U_ZERO_ERROR;
+        u_strToUTF8WithSub(out.data() + at, static_cast<int32_t>((end - start) * 3), &length,
+                           utf16.data() + start, static_cast<int32_t>(end - start), 0xFFFD,
+                           nullptr, &status);
+        out.resize(at + (U_SUCCESS(status) ? static_cast<size_t>(length) : 0));
+        start = end;
+    }
     return out;
 }
 
@@ -56,6 +97,9 @@ UTF16String MapCase(std::u16string_view text, CaseMapper mapper)
 {
     if (text.empty())
         return {};
+    // Case mapping may grow the text, and ICU counts in int32_t.
+    if (text.size() > size_t(INT32_MAX) / 4)
+        throw std::length_error("text too long for case mapping");
     UTF16String out(text.size() + 8, u'\0');
     UErrorCode status = U_ZERO_ERROR;
     int32_t length = mapper(out.data(), static_cast<int32_t>(out.size()), text.data(),
@@ -85,8 +129,8 @@ UTF16String ToLowerCase(std::u16string_view text)
 bool IsValidUTF8CharacterString(std::string_view bytes)
 {
     const auto* s = reinterpret_cast<const uint8_t*>(bytes.data());
-    const auto length = static_cast<int32_t>(bytes.size());
-    int32_t i = 0;
+    const auto length = static_cast<int64_t>(bytes.size());
+    int64_t i = 0;
     while (i < length) {
         UChar32 c;
         U8_NEXT(s, i, length, c);
@@ -161,7 +205,7 @@ int NaturalCompare(std::u16string_view a, std::u16string_view b)
             c->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
         return U_SUCCESS(status) ? std::move(c) : nullptr;
     }();
-    if (!collator)
+    if (!collator || a.size() > size_t(INT32_MAX) || b.size() > size_t(INT32_MAX))
         return a.compare(b);
     UErrorCode status = U_ZERO_ERROR;
     UCollationResult r = collator->compare(a.data(), static_cast<int32_t>(a.size()), b.data(),

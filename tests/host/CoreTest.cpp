@@ -23,6 +23,19 @@ TEST(StringTest, UTFConversionsRoundTripAndRepairBadInput)
     EXPECT_EQ(string::UTF8to16(std::string("a\0b", 3)), std::u16string(u"a\0b", 3));
 }
 
+TEST(StringTest, LongTextsConvertAcrossPieceBoundaries)
+{
+    // Longer than one conversion piece, with multi-byte characters of every
+    // length straddling the piece boundaries.
+    std::string text;
+    while (text.size() < (size_t(1) << 25) + 7)
+        text += "a\u00e9\u6771\U0001F3AC";
+    std::u16string wide = string::UTF8to16(text);
+    EXPECT_EQ(wide.size(), text.size() / 10 * 5);
+    EXPECT_EQ(string::UTF16to8(wide), text);
+    EXPECT_TRUE(string::IsValidUTF8CharacterString(text));
+}
+
 TEST(StringTest, ValidityAndCaseMapping)
 {
     EXPECT_TRUE(string::IsValidUTF8CharacterString(""));
