@@ -6,12 +6,14 @@
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include "vyrcore/config.h"
+#include "vyrui/drawbot/Drawbot.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstring>
 
 using namespace vyrui::ui;
 using vyrcore::geom::PointF;
@@ -231,6 +233,60 @@ TEST(HostTree, WindowsRenderTheirDirtyRegionOnUpdate)
     EXPECT_EQ(rendered.size(), 1u);
     auto windows = UI_NodeManager::Get()->GetWindows();
     EXPECT_NE(std::find(windows.begin(), windows.end(), window), windows.end());
+}
+
+namespace {
+struct Filled : UI_Node {
+    Filled(std::string id, RectF rect, vyrui::drawbot::ColorRGBA color)
+        : UI_Node(std::move(id), rect), color(color)
+    {
+    }
+    void UI_DrawSelf(vyrui::drawbot::Drawbot& drawbot) override
+    {
+        auto brush = drawbot.GetSupplier()->NewSolidBrush(color);
+        drawbot.GetSurface()->FillRect(UI_GetBoundsF(), *brush);
+    }
+    vyrui::drawbot::ColorRGBA color;
+};
+
+unsigned Pixel(vyrui::drawbot::SurfaceInterface& surface, int x, int y)
+{
+    auto image = surface.GetSurfaceImage();
+    unsigned pixel;
+    std::memcpy(&pixel, image->GetPixels() + y * image->GetStride() + x * 4, 4);
+    return pixel;
+}
+} // namespace
+
+TEST(HostTree, WindowsDrawTheirTreeInOrderClippedAndScaled)
+{
+    constexpr unsigned kWhite = 0xFFFFFFFF, kRed = 0xFFFF0000, kGreen = 0xFF00FF00;
+    boost::intrusive_ptr<OS_Window> window(new OS_Window("w", {300, 200, 40, 40}));
+    UI_Container::ChildPushBack(*window, new Filled("red", {10, 10, 10, 10}, {1, 0, 0, 1}));
+    UI_Node::Ptr panel = Node("panel", {20, 20, 10, 10});
+    panel->UI_SetClipToSelfEnabled(true);
+    UI_Container::ChildPushBack(*window, panel);
+    UI_Container::ChildPushBack(*panel, new Filled("green", {-5, -5, 30, 30}, {0, 1, 0, 1}));
+    UI_Node::Ptr hidden(new Filled("hidden", {0, 0, 5, 5}, {1, 0, 0, 1}));
+    hidden->UI_Show(false);
+    UI_Container::ChildPushBack(*window, hidden);
+
+    auto surface = window->RenderToSurface();
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(surface->GetWidth(), 40);
+    EXPECT_EQ(Pixel(*surface, 2, 2), kWhite);
+    EXPECT_EQ(Pixel(*surface, 12, 12), kRed);
+    EXPECT_EQ(Pixel(*surface, 25, 25), kGreen);
+    EXPECT_EQ(Pixel(*surface, 35, 35), kWhite); // the panel clips its child
+    EXPECT_EQ(Pixel(*surface, 17, 22), kWhite);
+
+    window->SetViewScaleFactor(2);
+    surface = window->RenderToSurface();
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(surface->GetHeight(), 80);
+    EXPECT_EQ(Pixel(*surface, 24, 24), kRed);
+    EXPECT_EQ(Pixel(*surface, 50, 50), kGreen);
+    EXPECT_EQ(Pixel(*surface, 70, 70), kWhite);
 }
 
 TEST(HostTree, KeyboardFocusNeedsAWillingVisibleEnabledNode)

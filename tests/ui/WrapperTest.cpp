@@ -291,3 +291,16 @@ TEST_F(UiTest, FocusThroughScriptsAndTheNodeModule)
     EXPECT_EQ(Run("return vyrUINode.UI_GetKeyboardFocusLeafNode()").size(), 0u);
     EXPECT_EQ(Eval("return b:UI_HasKeyboardFocus()"), "false");
 }
+
+TEST_F(UiTest, RecommendedSizeComesFromASupplierAndTheNode)
+{
+    Run("n = vyrcontrols.NewNode('n', Rect(0, 0, 30, 12))");
+    EXPECT_EQ(Eval("return tostring(n:UI_GetRecommendedSize())"), "PointF32(30, 12)");
+    EXPECT_EQ(Eval("return tostring(n:UI_GetDrawSupplier()):match('^vyrSupplierInterface%(0x') ~= nil"),
+              "true");
+    EXPECT_EQ(Eval("return tostring(n:UI_GetRecommendedSize(n:UI_GetDrawSupplier()))"),
+              "PointF32(30, 12)");
+    EXPECT_EQ(Error("n:UI_GetRecommendedSize(5)"),
+              "test:1: bad argument #1 to 'UI_GetRecommendedSize' "
+              "(vyrlua.drawbot.vyrSupplierInterface expected, got number)");
+}

@@ -43,6 +43,17 @@ PointF OS_ScaledView::UI_ChildSpaceToLocal(PointF p) const
     return {(p.x - mOffset.x) / mScale.x, (p.y - mOffset.y) / mScale.y};
 }
 
+vyrcore::geom::MatrixF OS_ScaledView::UI_GetChildSpaceTransform() const
+{
+    // v = (c - offset) / scale, as x' = x*m[0] + m[6], y' = y*m[4] + m[7].
+    vyrcore::geom::MatrixF m;
+    m.m[0] = 1 / mScale.x;
+    m.m[4] = 1 / mScale.y;
+    m.m[6] = -mOffset.x / mScale.x;
+    m.m[7] = -mOffset.y / mScale.y;
+    return m;
+}
+
 RectF OS_ScaledView::UI_GetScaleRect(const RectF& r) const
 {
     return Corners(UI_LocalToChildSpace({r.left, r.top}),

@@ -27,6 +27,7 @@ public:
 
     PointF UI_LocalToChildSpace(PointF p) const override;
     PointF UI_ChildSpaceToLocal(PointF p) const override;
+    vyrcore::geom::MatrixF UI_GetChildSpaceTransform() const override;
 
 private:
     PointF mScale{1, 1};

@@ -1,6 +1,7 @@
 #include "vyrui/ui/OS_Window.h"
 
 #include "vyrcore/config.h"
+#include "vyrui/drawbot/Drawbot.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <cmath>
@@ -37,6 +38,29 @@ std::shared_ptr<drawbot::SupplierInterface> OS_Window::UI_GetDrawSupplier() cons
     if (mSupplier)
         return mSupplier;
     return UI_Node::UI_GetDrawSupplier();
+}
+
+boost::intrusive_ptr<drawbot::SurfaceInterface> OS_Window::RenderToSurface()
+{
+    std::shared_ptr<drawbot::SupplierInterface> supplier = UI_GetDrawSupplier();
+    const RectF& rect = UI_GetLocalRectF();
+    double width = std::ceil(static_cast<double>(rect.width) * mScale);
+    double height = std::ceil(static_cast<double>(rect.height) * mScale);
+    if (!supplier || !(width >= 1 && height >= 1) || width > 1e6 || height > 1e6)
+        return {};
+    boost::intrusive_ptr<drawbot::SurfaceInterface> surface =
+        supplier->NewOffscreenSurface(static_cast<int>(width), static_cast<int>(height), true);
+    if (!surface)
+        return {};
+    drawbot::Drawbot drawbot(supplier, surface);
+    if (mScale != 1) {
+        vyrcore::geom::MatrixF zoom;
+        zoom.m[0] = mScale;
+        zoom.m[4] = mScale;
+        surface->ConcatTransform(zoom);
+    }
+    UI_Draw(drawbot);
+    return surface;
 }
 
 void OS_Window::UI_UpdateNow()

@@ -9,6 +9,12 @@
 #include <functional>
 #include <string>
 
+#include <boost/intrusive_ptr.hpp>
+
+namespace vyrui::drawbot {
+class SurfaceInterface;
+}
+
 namespace vyrui::ui {
 
 class OS_Window : public UI_Node {
@@ -26,6 +32,11 @@ public:
 
     void SetDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier);
     std::shared_ptr<drawbot::SupplierInterface> UI_GetDrawSupplier() const override;
+
+    // Draws the whole window into a new opaque surface of its size times its
+    // scale factor, made by its draw supplier. Null for an empty window or
+    // without a supplier.
+    boost::intrusive_ptr<drawbot::SurfaceInterface> RenderToSurface();
 
     // Draws `dirty` (window coordinates) of the window.
     using RenderFunction = std::function<void(OS_Window& window, const RectI& dirty)>;

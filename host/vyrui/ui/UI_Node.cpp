@@ -2,6 +2,7 @@
 
 #include "vyrcore/config.h"
 #include "vyrui/EventLoop.h"
+#include "vyrui/drawbot/Drawbot.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <algorithm>
@@ -310,6 +311,55 @@ UI_Node* UI_Node::UI_HitTest(PointF p)
         }
     }
     return inside ? this : nullptr;
+}
+
+namespace {
+// Pops what it pushed, also when drawing throws.
+class SavedSurfaceState {
+public:
+    explicit SavedSurfaceState(drawbot::SurfaceInterface& surface) : mSurface(surface)
+    {
+        mSurface.PushState();
+    }
+    ~SavedSurfaceState() { mSurface.PopState(); }
+    SavedSurfaceState(const SavedSurfaceState&) = delete;
+    SavedSurfaceState& operator=(const SavedSurfaceState&) = delete;
+
+private:
+    drawbot::SurfaceInterface& mSurface;
+};
+} // namespace
+
+void UI_Node::UI_Draw(drawbot::Drawbot& drawbot)
+{
+    drawbot::SurfaceInterface* surface = drawbot.GetSurface();
+    if (!mShown || !surface)
+        return;
+    Ptr held(this);
+    SavedSurfaceState saved(*surface);
+    if (mParent) {
+        vyrcore::geom::MatrixF move;
+        move.m[6] = mRect.left;
+        move.m[7] = mRect.top;
+        surface->ConcatTransform(move);
+    }
+    RectF bounds = UI_GetBoundsF();
+    if (mClipToSelf) {
+        boost::intrusive_ptr<drawbot::PathInterface> path = drawbot.GetSupplier()->NewPath();
+        path->AddRect(bounds);
+        surface->ClipToPath(*path, false);
+        if (!surface->IsWithinClipBounds(bounds))
+            return;
+    }
+    UI_DrawSelf(drawbot);
+    if (mChildren.empty())
+        return;
+    SavedSurfaceState childSpace(*surface);
+    surface->ConcatTransform(UI_GetChildSpaceTransform());
+    // A copy: drawing code may edit the tree.
+    std::vector<Ptr> children = mChildren;
+    for (const Ptr& child : children)
+        child->UI_Draw(drawbot);
 }
 
 UI_ThemeComponent& UI_Node::UI_GetThemeComponent()

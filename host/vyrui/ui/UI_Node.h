@@ -166,7 +166,19 @@ public:
     // a clipping node hides the parts of its subtree outside its bounds.
     UI_Node* UI_HitTest(PointF p);
 
-    // Drawing state.
+    // Drawing, in the tree's order: save the surface state, move to the
+    // node's origin (a root draws at the surface origin), clip to its bounds
+    // when it clips, draw itself, draw its children (the last on top),
+    // restore. Hidden nodes draw nothing, nor do their subtrees.
+    void UI_Draw(drawbot::Drawbot& drawbot);
+    // What the node itself looks like; a plain node is transparent.
+    virtual void UI_DrawSelf(drawbot::Drawbot& drawbot) {}
+    // The map from the children's space to local space as a drawing matrix
+    // (identity here; scaled views scale).
+    virtual vyrcore::geom::MatrixF UI_GetChildSpaceTransform() const { return {}; }
+
+    // Drawing state. The cache policy is recorded for the drawing layer;
+    // this host draws every node on every update.
     void UI_SetDrawCachePolicy(int policy) { mDrawCachePolicy = policy; }
     int UI_GetDrawCachePolicy() const { return mDrawCachePolicy; }
     UI_ThemeComponent& UI_GetThemeComponent();

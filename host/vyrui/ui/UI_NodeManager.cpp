@@ -1,6 +1,7 @@
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include "vyrui/EventLoop.h"
+#include "vyrui/drawbot/Supplier.h"
 
 #include <algorithm>
 #include <cmath>
@@ -214,6 +215,20 @@ size_t UI_NodeManager::MouseEventFilterNodeCount() const
 {
     return static_cast<size_t>(
         std::count_if(mFilters.begin(), mFilters.end(), [](const WeakNode& w) { return !w.Expired(); }));
+}
+
+std::shared_ptr<drawbot::SupplierInterface> UI_NodeManager::GetDefaultDrawSupplier()
+{
+    if (!mDefaultSupplier)
+        mDefaultSupplier = drawbot::CreateDefaultSupplier();
+    return mDefaultSupplier;
+}
+
+std::shared_ptr<drawbot::SupplierInterface> UI_NodeManager::GetOSDrawSupplier()
+{
+    if (!mOSSupplier)
+        mOSSupplier = drawbot::CreateOSSupplier();
+    return mOSSupplier;
 }
 
 void UI_NodeManager::SetDefaultDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier)

@@ -77,10 +77,11 @@ public:
 
     // Suppliers of drawing objects: the default one for nodes outside
     // windows and for text measurement, and the OS one for surfaces that
-    // have none.
-    std::shared_ptr<drawbot::SupplierInterface> GetDefaultDrawSupplier() const { return mDefaultSupplier; }
+    // have none. Made by the drawing library on first use; setting null goes
+    // back to those.
+    std::shared_ptr<drawbot::SupplierInterface> GetDefaultDrawSupplier();
     void SetDefaultDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier);
-    std::shared_ptr<drawbot::SupplierInterface> GetOSDrawSupplier() const { return mOSSupplier; }
+    std::shared_ptr<drawbot::SupplierInterface> GetOSDrawSupplier();
     void SetOSDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier);
 
     bool IsApplicationFrontmost() const { return mFrontmost; }
