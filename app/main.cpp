@@ -5,6 +5,7 @@
 #include "vyrcore/config.h"
 #include "vyrcore/debug.h"
 #include "vyrcrashreporter/CrashReporter.h"
+#include "vyrui/EventLoop.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +33,9 @@ options:
   --crash-report FILE    on a fatal signal, write a crash report to FILE
   --console              after SCRIPT (if any), run each line of standard input
                          as Lua; results to stdout, errors to stderr
+  --run-for SECONDS      after SCRIPT, run the event loop (timers) for SECONDS
+  --virtual-clock        with --run-for: a clock that jumps from timer to timer,
+                         so the run takes no real time
 
 Exit status: 0 when the script ran to its end, 1 on an error (its text goes
 to stderr), 2 on bad options.
@@ -44,6 +48,8 @@ struct Options {
     std::string logFile;
     std::string crashReport;
     bool console = false;
+    double runFor = 0;
+    bool virtualClock = false;
     std::string script;
     std::vector<std::string> args;
 };
@@ -91,6 +97,16 @@ int ParseOptions(int argc, char** argv, Options& options)
                 return Fail("--crash-report needs a file");
         } else if (option == "--console") {
             options.console = true;
+        } else if (option == "--run-for") {
+            std::string seconds;
+            if (!value(seconds))
+                return Fail("--run-for needs a number of seconds");
+            char* end = nullptr;
+            options.runFor = std::strtod(seconds.c_str(), &end);
+            if (seconds.empty() || *end != '\0' || !(options.runFor >= 0 && options.runFor <= 1e9))
+                return Fail("--run-for needs a number of seconds from 0 to 1e9");
+        } else if (option == "--virtual-clock") {
+            options.virtualClock = true;
         } else if (option == "--") {
             ++i;
             break;
@@ -132,6 +148,12 @@ int main(int argc, char** argv)
         vyrhost::HostRuntime runtime(options.host);
         if (!options.console || !options.script.empty())
             error = runtime.RunFile(options.script, options.args);
+        if (error.empty() && options.runFor > 0) {
+            vyrui::EventLoop& loop = runtime.Application().GetEventLoop();
+            if (options.virtualClock)
+                loop.SetClock(vyrui::EventLoop::Clock::Virtual);
+            loop.RunFor(options.runFor);
+        }
         if (error.empty() && options.console)
             return vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0);
     } catch (const std::exception& e) {
