@@ -70,6 +70,10 @@ TEST_F(UiTest, OnlyWrappersPassAsNodes)
         EXPECT_EQ(Error(std::string("n.ChildSize(") + bad + ")"), "test:1: Bad user data") << bad;
     }
     EXPECT_EQ(Error("n:Equals({})"), "test:1: Bad user data");
+    // The type mark alone does not make a wrapper of a block of another size.
+    EXPECT_EQ(Error("local u = newproxy(true) getmetatable(u).ControlWrapperIdentifier = print "
+                    "n:Equals(u)"),
+              "test:1: Bad user data");
     EXPECT_EQ(Error("n:UI_IsChildOf('x')"), "test:1: Bad user data");
     EXPECT_EQ(Eval("return n:UI_IsChildOf(nil)"), "false");
 }

@@ -62,7 +62,10 @@ bool LuaControlWrapperBase::OnDoTimerNotify(int firedID, int timerID, LuaFunctio
 
 LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
 {
-    if (!lua_isuserdata(L, index) || !lua_getmetatable(L, index))
+    // Full userdata of one pointer only: a light userdata, or a block of
+    // another size, cannot hold a wrapper whatever its metatable says.
+    if (lua_type(L, index) != LUA_TUSERDATA || lua_objlen(L, index) != sizeof(void*) ||
+        !lua_getmetatable(L, index))
         throw utility::LuaError("Bad user data");
     // Raw: the type mark is the metatable's own field, and a metamethod of
     // a foreign metatable must not run here.
