@@ -109,6 +109,21 @@ TEST(HostTree, PushBackReparentsAndRefusesCycles)
     EXPECT_TRUE(c->UI_IsChildOf(a.get()));
     EXPECT_FALSE(c->UI_IsChildOf(b.get()));
 
+    // Depth is bounded, so recursive walks cannot exhaust the stack.
+    UI_Node::Ptr deepest = a;
+    for (int level = 2; level <= UI_Container::kMaxDepth; ++level) {
+        UI_Node::Ptr next = Node("deep");
+        UI_Container::ChildPushBack(*deepest, next);
+        deepest = next;
+    }
+    EXPECT_THROW(UI_Container::ChildPushBack(*deepest, Node("one too many")),
+                 vyrcore::config::HostException);
+    UI_Node::Ptr twoLevels = Node("x");
+    UI_Container::ChildPushBack(*twoLevels, Node("y"));
+    EXPECT_THROW(UI_Container::ChildPushBack(*deepest->UI_GetParentNode(), twoLevels),
+                 vyrcore::config::HostException); // the subtree's own depth counts too
+    UI_Container::ChildRemove(*a, *UI_Container::ChildGet(*a, 2));
+
     EXPECT_FALSE(UI_Container::ChildRemove(*b, *c));
     EXPECT_TRUE(UI_Container::ChildRemove(*a, *c));
     EXPECT_EQ(c->UI_GetParentNode(), nullptr);

@@ -4,6 +4,8 @@
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <algorithm>
+#include <string>
+#include <vector>
 #include <utility>
 
 namespace vyrui::ui {
@@ -52,6 +54,12 @@ void UI_Container::ChildInsert(UI_Node& parent, long long position, const UI_Nod
     if (child.get() == &parent || parent.UI_IsChildOf(child.get()))
         throw vyrcore::config::HostException(
             "ChildPushBack: a node cannot become a child of itself or of its own descendant");
+    int depth = 0;
+    for (const UI_Node* node = &parent; node; node = node->mParent)
+        ++depth;
+    if (depth + Height(*child) > kMaxDepth)
+        throw vyrcore::config::HostException("ChildPushBack: the tree would be more than " +
+                                             std::to_string(kMaxDepth) + " levels deep");
     // Held across the move: the old parent may hold the only reference.
     UI_Node::Ptr held = child;
     if (UI_Node* old = child->mParent) {
@@ -64,6 +72,21 @@ void UI_Container::ChildInsert(UI_Node& parent, long long position, const UI_Nod
     children.insert(children.begin() + position, held);
     held->mParent = &parent;
     held->UI_Invalidate();
+}
+
+int UI_Container::Height(const UI_Node& node)
+{
+    // Iterative: the subtree may come from anywhere.
+    int height = 0;
+    std::vector<std::pair<const UI_Node*, int>> pending{{&node, 1}};
+    while (!pending.empty()) {
+        auto [current, level] = pending.back();
+        pending.pop_back();
+        height = std::max(height, level);
+        for (const UI_Node::Ptr& child : current->mChildren)
+            pending.emplace_back(child.get(), level + 1);
+    }
+    return height;
 }
 
 void UI_Container::Detach(UI_Node& parent, size_t index)

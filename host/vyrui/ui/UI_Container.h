@@ -12,8 +12,13 @@ class UI_Container {
 public:
     static int ChildSize(const UI_Node& parent);
     static UI_Node::Ptr ChildGet(const UI_Node& parent, long long position);
+    // Trees are at most this many levels deep, so that walking, drawing and
+    // destroying them recursively stays far from the end of the stack.
+    static constexpr int kMaxDepth = 1000;
+
     // Appends `child`, taking it from its old parent first. A node cannot
-    // become a child of itself or of its own descendant (HostException).
+    // become a child of itself or of its own descendant, nor make the tree
+    // deeper than kMaxDepth (HostException).
     static void ChildPushBack(UI_Node& parent, const UI_Node::Ptr& child);
     // Inserts at `position`, clamped into 0..ChildSize.
     static void ChildInsert(UI_Node& parent, long long position, const UI_Node::Ptr& child);
@@ -25,6 +30,7 @@ public:
 
 private:
     static void Detach(UI_Node& parent, size_t index);
+    static int Height(const UI_Node& node);
 };
 
 } // namespace vyrui::ui
