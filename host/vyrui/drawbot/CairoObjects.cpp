@@ -56,6 +56,8 @@ MatrixF FromCairo(const cairo_matrix_t& c)
 
 std::string PangoText(std::u16string_view text)
 {
+    if (text.size() > kMaxTextLength)
+        throw std::invalid_argument("text is longer than 10000 characters");
     std::string utf8 = vyrcore::string::UTF16to8(text);
     // Pango rejects embedded NULs as invalid UTF-8; show them as U+FFFD.
     std::string out;

@@ -324,7 +324,7 @@ float CairoSupplier::MeasureMultiLineStringHeight(const FontInterface& font,
     PangoLayout* layout = MeasureLayout(mMeasureContext, font, text);
     if (width > 0) {
         pango_layout_set_width(layout, static_cast<int>(std::lround(width * PANGO_SCALE)));
-        pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+        pango_layout_set_wrap(layout, PANGO_WRAP_WORD);
     }
     PangoRectangle logical;
     pango_layout_get_extents(layout, nullptr, &logical);

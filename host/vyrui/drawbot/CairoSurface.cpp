@@ -243,7 +243,7 @@ void CairoSurface::DrawMultiLineString(const BrushInterface& brush, const FontIn
         return;
     PangoLayout* layout = NewLayout(font, text);
     pango_layout_set_width(layout, static_cast<int>(std::lround(rect.width * PANGO_SCALE)));
-    pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+    pango_layout_set_wrap(layout, PANGO_WRAP_WORD);
     static constexpr PangoAlignment aligns[] = {PANGO_ALIGN_LEFT, PANGO_ALIGN_CENTER,
                                                 PANGO_ALIGN_RIGHT};
     pango_layout_set_alignment(layout, aligns[static_cast<int>(alignment)]);

@@ -41,6 +41,9 @@ inline constexpr float kMaxTransformScale = 1.0e4f;
 inline constexpr float kMaxPenWidth = 1.0e4f;
 inline constexpr float kMaxTextSize = 4096.0f;     // points
 inline constexpr std::size_t kMaxDashCount = 256;
+// UTF-16 code units in one text to draw or measure: laying out more, one
+// character a line in a narrow box, would stall the UI.
+inline constexpr std::size_t kMaxTextLength = 10000;
 
 class SupplierInterface;
 
