@@ -17,6 +17,10 @@ struct HostOptions {
     std::string resourceDir = VYRLUA_DEFAULT_RESOURCES;
     // Resource-held modules are found before Lua files on disk.
     bool embeddedFirst = true;
+    // Where the state's memory comes from; null for Lua's own allocator.
+    // A Lua that refuses custom allocators makes the constructor throw.
+    lua_Alloc allocator = nullptr;
+    void* allocatorData = nullptr;
 };
 
 class HostRuntime {
@@ -41,6 +45,8 @@ public:
     std::string RunFile(const std::string& path, const std::vector<std::string>& args);
 
 private:
+    static int StartUp(lua_State* L);
+
     std::unique_ptr<exo::app::App> mApp;
     lua_State* mL = nullptr;
 };

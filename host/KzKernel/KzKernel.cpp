@@ -1,6 +1,7 @@
 #include "KzKernel/KzKernel.h"
 
 #include <atomic>
+#include <cstdio>
 
 namespace {
 
@@ -12,16 +13,52 @@ constexpr const char* kLocatorKey = "dlsl-fn";
 
 } // namespace
 
+namespace {
+
+int OpenLibraries(lua_State* L)
+{
+    luaL_openlibs(L);
+    return 0;
+}
+
+// What luaL_newstate installs, for states made with another allocator.
+int Panic(lua_State* L)
+{
+    const char* message = lua_tostring(L, -1);
+    std::fprintf(stderr, "PANIC: unprotected error in call to Lua API (%s)\n",
+                 message ? message : "?");
+    return 0;
+}
+
+lua_State* AdoptNewState(lua_State* L)
+{
+    if (L == nullptr)
+        return nullptr;
+    lua_atpanic(L, Panic);
+    // Protected: with a failing allocator, opening the libraries may run out
+    // of memory, and that must not end the process.
+    if (lua_cpcall(L, OpenLibraries, nullptr) != 0) {
+        lua_close(L);
+        return nullptr;
+    }
+    gHostState.store(L);
+    return L;
+}
+
+} // namespace
+
 lua_State* KzKernel_NewLuaState()
 {
     if (gHostState.load() != nullptr)
         return nullptr;
-    lua_State* L = luaL_newstate();
-    if (L == nullptr)
+    return AdoptNewState(luaL_newstate());
+}
+
+lua_State* KzKernel_NewLuaStateWithAllocator(lua_Alloc allocator, void* data)
+{
+    if (gHostState.load() != nullptr)
         return nullptr;
-    luaL_openlibs(L);
-    gHostState.store(L);
-    return L;
+    return AdoptNewState(lua_newstate(allocator, data));
 }
 
 void KzKernel_CloseLuaState(lua_State* L)

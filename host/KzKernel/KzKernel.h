@@ -21,6 +21,10 @@ using KzDeferredLuaStateLocator = lua_State* (*)();
 // Creates the host's state with the standard libraries open. Only one host
 // state lives at a time; creating a second while one is open returns null.
 lua_State* KzKernel_NewLuaState();
+// The same with the state's memory coming from `allocator` (lua_newstate).
+// Null when the Lua in use refuses a custom allocator (LuaJIT on 64-bit
+// targets may) or when a host state is already open.
+lua_State* KzKernel_NewLuaStateWithAllocator(lua_Alloc allocator, void* data);
 // Closes the state made by KzKernel_NewLuaState; safe to call with null.
 void KzKernel_CloseLuaState(lua_State* L);
 // The locator the host registers: the open host state or null.
