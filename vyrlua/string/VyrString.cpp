@@ -36,9 +36,11 @@ using utility::LuaError;
 
 namespace {
 
+// Results are pushed while strings, regexes and matches are alive: running
+// out of memory must throw past them, not longjmp.
 void PushString(lua_State* L, std::string_view s)
 {
-    lua_pushlstring(L, s.data(), s.size());
+    utility::PushLString(L, s);
 }
 
 // Whole numbers for positions and counts. Anything beyond 2^53 is already
@@ -236,8 +238,8 @@ int MatchBBody(lua_State* L)
         throw LuaError("MatchB: too many captures");
     for (int i = 0; i < results; ++i) {
         if (m[i].matched)
-            lua_pushlstring(L, s.data() + (m[i].first - s.begin()),
-                            static_cast<size_t>(m[i].length()));
+            PushString(L, s.substr(static_cast<size_t>(m[i].first - s.begin()),
+                                   static_cast<size_t>(m[i].length())));
         else
             lua_pushnil(L);
     }

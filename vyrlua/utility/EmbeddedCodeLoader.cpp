@@ -53,15 +53,11 @@ int EmbeddedCodeLoaderBody(lua_State* L)
     std::string bytes;
     if (!ReadModuleResource(name, bytes))
         return 0;
-    // Compiled inside a protected call, so a syntax error cannot longjmp past
-    // `bytes`; it is thrown from here instead, with Lua's own text.
+    // Compiled inside a protected call, so neither a syntax error nor running
+    // out of memory can longjmp past `bytes`; they are thrown from here
+    // instead, with Lua's own text.
     Chunk chunk{&bytes, lua_tostring(L, 1)};
-    lua_pushcfunction(L, utility::LuaBoundary<CompileChunk>);
-    lua_pushlightuserdata(L, &chunk);
-    if (lua_pcall(L, 1, 1, 0) != 0) {
-        const char* message = lua_tostring(L, -1);
-        throw std::runtime_error(message ? message : "error loading module");
-    }
+    utility::PushFromProtectedCall(L, utility::LuaBoundary<CompileChunk>, &chunk);
     return 1;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <exception>
+#include <new>
 
 namespace vyrlua::utility::detail {
 
@@ -58,6 +59,33 @@ void PushMessage(lua_State* L, const char* data, size_t size) noexcept
     lua_cpcall(L, RaisePending, &pending);
 }
 
+// Registry key of the value PushFromProtectedCall carries out of its
+// protected call.
+char gCarriedValueKey;
+
+struct Relay {
+    lua_CFunction fn;
+    void* data;
+};
+
+int RunAndStore(lua_State* L)
+{
+    auto* relay = static_cast<Relay*>(lua_touserdata(L, 1));
+    lua_pushlightuserdata(L, &gCarriedValueKey);
+    lua_pushcfunction(L, relay->fn);
+    lua_pushlightuserdata(L, relay->data);
+    lua_call(L, 1, 1);
+    lua_rawset(L, LUA_REGISTRYINDEX);
+    return 0;
+}
+
+int PushPending(lua_State* L)
+{
+    auto* pending = static_cast<PendingMessage*>(lua_touserdata(L, 1));
+    lua_pushlstring(L, pending->data, pending->size);
+    return 1;
+}
+
 } // namespace
 
 bool PushCurrentException(lua_State* L) noexcept
@@ -73,6 +101,9 @@ bool PushCurrentException(lua_State* L) noexcept
             message = ArgumentErrorText(L, e.Arg(), e.what());
         } catch (const LuaError& e) {
             message = CallerPosition(L) + e.what();
+        } catch (const std::bad_alloc&) {
+            // Lua's own text for the same condition.
+            message = "not enough memory";
         } catch (const std::exception& e) {
             message = e.what();
         } catch (...) {
@@ -88,3 +119,35 @@ bool PushCurrentException(lua_State* L) noexcept
 }
 
 } // namespace vyrlua::utility::detail
+
+namespace vyrlua::utility {
+
+void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data)
+{
+    detail::Relay relay{fn, data};
+    const int status = lua_cpcall(L, detail::RunAndStore, &relay);
+    if (status != 0) {
+        if (status == LUA_ERRMEM) {
+            lua_pop(L, 1);
+            throw std::bad_alloc();
+        }
+        const char* text = lua_tostring(L, -1);
+        std::string message = text ? text : "(error object is not a string)";
+        lua_pop(L, 1);
+        throw std::runtime_error(message);
+    }
+    // Neither step allocates: the key exists, and clearing it only writes nil.
+    lua_pushlightuserdata(L, &detail::gCarriedValueKey);
+    lua_rawget(L, LUA_REGISTRYINDEX);
+    lua_pushlightuserdata(L, &detail::gCarriedValueKey);
+    lua_pushnil(L);
+    lua_rawset(L, LUA_REGISTRYINDEX);
+}
+
+void PushLString(lua_State* L, std::string_view text)
+{
+    detail::PendingMessage pending{text.data(), text.size()};
+    PushFromProtectedCall(L, detail::PushPending, &pending);
+}
+
+} // namespace vyrlua::utility

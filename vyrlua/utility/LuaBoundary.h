@@ -12,6 +12,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace vyrlua::utility {
 
@@ -38,6 +39,18 @@ public:
 };
 
 // Any other std::exception becomes a Lua error carrying exactly its what().
+
+// For code that holds objects with destructors: Lua reports running out of
+// memory (and any error) with a longjmp, which would skip them. These run the
+// Lua work protected and throw instead: std::bad_alloc for memory, which the
+// boundary turns into Lua's "not enough memory", and std::runtime_error with
+// Lua's message for any other error.
+//
+// Calls fn with `data` as its light userdata argument 1 and pushes the one
+// value it returns.
+void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data);
+// lua_pushlstring.
+void PushLString(lua_State* L, std::string_view text);
 
 namespace detail {
 // Called inside the boundary's catch handler. Pushes the Lua error value for

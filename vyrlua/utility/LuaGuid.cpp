@@ -12,7 +12,7 @@ namespace {
 int GenerateGuidBody(lua_State* L)
 {
     std::string text = vyrcore::utility::Guid::CreateUnique().ToUTF8String();
-    lua_pushlstring(L, text.data(), text.size());
+    PushLString(L, text);
     return 1;
 }
 

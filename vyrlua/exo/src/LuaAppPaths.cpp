@@ -1,6 +1,7 @@
 #include "vyrlua/exo/src/LuaAppPaths.h"
 
 #include "vyrcore/string.h"
+#include "vyrlua/utility/LuaBoundary.h"
 
 #include <array>
 #include <dlfcn.h>
@@ -20,7 +21,12 @@ void AddAppDirToLuaCPath(lua_State* L)
                             ? entry
                             : std::string(current, length) + ";" + entry;
     lua_pop(L, 1);
-    lua_pushlstring(L, value.data(), value.size());
+    try {
+        utility::PushLString(L, value);
+    } catch (...) {
+        lua_pop(L, 1);
+        throw;
+    }
     lua_setfield(L, -2, "cpath");
     lua_pop(L, 1);
 }
