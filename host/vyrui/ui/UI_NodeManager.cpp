@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 namespace vyrui::ui {
@@ -29,8 +30,15 @@ bool Prune(std::vector<vyrcore::utility::WeakPtr<UI_Node>>& list, const UI_Node*
 
 UI_NodeManager* UI_NodeManager::Get(bool createIfMissing)
 {
-    if (!gManager && createIfMissing)
+    if (!gManager && createIfMissing) {
         gManager = new UI_NodeManager;
+        // The manager outlives everything, but its suppliers hold font and
+        // drawing caches that are freed only by destroying them.
+        std::atexit([] {
+            gManager->mDefaultSupplier.reset();
+            gManager->mOSSupplier.reset();
+        });
+    }
     return gManager;
 }
 
