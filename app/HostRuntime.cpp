@@ -3,6 +3,7 @@
 #include "app/ImageWriter.h"
 #include "vyrcore/config.h"
 #include "vyrlua/exo/src/LuaAppPaths.h"
+#include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
 
@@ -11,36 +12,51 @@ namespace vyrhost {
 HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo::app::App>())
 {
     mApp->SetResourceDirectory(vyrcore::filesupport::Dir::FromUTF8(options.resourceDir));
-    mL = KzKernel_NewLuaState();
+    mL = options.allocator
+             ? KzKernel_NewLuaStateWithAllocator(options.allocator, options.allocatorData)
+             : KzKernel_NewLuaState();
     if (mL == nullptr)
         throw vyrcore::config::HostException("cannot create the Lua state");
-    try {
-        RegisterDeferredLuaStateLocator(mL, KzKernel_CurrentLuaState);
-        vyrlua::InitLua(mL);
-
-        // The master module, opened directly and recorded as loaded, so a
-        // later require "vyrlua" returns the same table.
-        lua_pushcfunction(mL, luaopen_vyrlua);
-        lua_pushliteral(mL, "vyrlua");
-        vyrlua::utility::CallLuaFromCpp(mL, 1, 1);
-        lua_getfield(mL, LUA_GLOBALSINDEX, "package");
-        lua_getfield(mL, -1, "loaded");
-        lua_pushvalue(mL, -3);
-        lua_setfield(mL, -2, "vyrlua");
-        lua_pop(mL, 3);
-
-        vyrlua::PreloadLuaModules(mL);
-        PreloadImageWriter(mL);
-        // The loader is needed before the library is on package.cpath.
-        vyrlua::SetPreloadedModule(mL, "vyrlua.EmbeddedCodeLoader",
-                                   luaopen_vyrlua_EmbeddedCodeLoader);
-        vyrlua::InitEmbeddedCodeLoader(mL, options.embeddedFirst);
-        vyrlua::exo::AddAppDirToLuaCPath(mL);
-        vyrlua::RequireLuaModule(mL, "vyrlua.host.valuetypes", false);
-    } catch (...) {
+    // The start-up runs as a protected call, so that running out of Lua
+    // memory in any step is an error this constructor throws, not a panic.
+    if (lua_cpcall(mL, vyrlua::utility::LuaBoundary<StartUp>,
+                   const_cast<HostOptions*>(&options)) != 0) {
+        const char* text = lua_tostring(mL, -1);
+        std::string message = text ? text : "the host start-up failed";
         Close();
-        throw;
+        throw vyrcore::config::HostException(message);
     }
+}
+
+// Runs behind the error boundary: host exceptions become the Lua error that
+// lua_cpcall returns. Holds nothing with a destructor, so an allocation
+// failure inside a step unwinds cleanly.
+int HostRuntime::StartUp(lua_State* L)
+{
+    const auto* options = static_cast<const HostOptions*>(lua_touserdata(L, 1));
+    lua_settop(L, 0);
+    RegisterDeferredLuaStateLocator(L, KzKernel_CurrentLuaState);
+    vyrlua::InitLua(L);
+
+    // The master module, opened directly and recorded as loaded, so a
+    // later require "vyrlua" returns the same table.
+    lua_pushcfunction(L, luaopen_vyrlua);
+    lua_pushliteral(L, "vyrlua");
+    vyrlua::utility::CallLuaFromCpp(L, 1, 1);
+    lua_getfield(L, LUA_GLOBALSINDEX, "package");
+    lua_getfield(L, -1, "loaded");
+    lua_pushvalue(L, -3);
+    lua_setfield(L, -2, "vyrlua");
+    lua_pop(L, 3);
+
+    vyrlua::PreloadLuaModules(L);
+    PreloadImageWriter(L);
+    // The loader is needed before the library is on package.cpath.
+    vyrlua::SetPreloadedModule(L, "vyrlua.EmbeddedCodeLoader", luaopen_vyrlua_EmbeddedCodeLoader);
+    vyrlua::InitEmbeddedCodeLoader(L, options->embeddedFirst);
+    vyrlua::exo::AddAppDirToLuaCPath(L);
+    vyrlua::RequireLuaModule(L, "vyrlua.host.valuetypes", false);
+    return 0;
 }
 
 HostRuntime::~HostRuntime()
