@@ -395,3 +395,49 @@ TEST_F(UiTest, InteractiveChangeMessageConstants)
                   "return m.beginChange, m.continueChange, m.finishChange, m.cancelChange, m.__index == m"),
               (std::vector<std::string>{"0", "1", "2", "3", "true"}));
 }
+
+TEST_F(UiTest, EveryOperationNameReceivesItsMessage)
+{
+    Run(R"(
+        root = vyrcontrols.NewNode('root', Rect(0, 0, 100, 100))
+        leaf = vyrcontrols.NewNode('leaf', Rect(10, 10, 20, 20))
+        root:ChildPushBack(leaf)
+        seen = {}
+        local function record(name)
+          return function(e, node)
+            seen[#seen + 1] = name .. ':' .. node:UI_GetNodeID() .. ':' .. tostring(e):match('^(%a+)')
+            return true
+          end
+        end
+        for _, op in ipairs{'OnDoMouseEvent', 'OnDoPreMouseEvent', 'OnDoKeyboardEvent', 'OnDoTouchEvent',
+                            'OnDoMultiTouchEvent', 'OnDoGestureEvent', 'OnDoCursor'} do
+          leaf:BindVyrOperation(op, record(op))
+        end
+        UINodeManager.AddMouseEventFilterNode(leaf)
+        leaf:UI_SetWantsKeyboardFocus(true)
+        leaf:UI_GainKeyboardFocus(0))");
+    NodePtr root = GlobalNode("root");
+    UI_NodeManager* manager = UI_NodeManager::Get();
+    EXPECT_TRUE(manager->DispatchMouseEvent(*root, Down(15, 15))); // the filter takes it
+    Run("UINodeManager.RemoveMouseEventFilterNode(leaf)");
+    MouseEvent move = Down(15, 15);
+    move.type = MouseEventType::Move;
+    manager->DispatchMouseEvent(*root, move); // an enter, the move, then the cursor
+    manager->DispatchKeyboardEvent(KeyboardEvent{});
+    TouchEvent touch;
+    touch.touch.position = {15, 15};
+    manager->DispatchTouchEvent(*root, touch);
+    MultiTouchEvent multi;
+    multi.touches.push_back({1, TouchPhase::Began, {12, 12}, {}, 1});
+    multi.touches.push_back({2, TouchPhase::Began, {18, 18}, {}, 1});
+    manager->DispatchMultiTouchEvent(*root, multi);
+    GestureEvent gesture;
+    gesture.position = {15, 15};
+    manager->DispatchGestureEvent(*root, gesture);
+    EXPECT_EQ(Eval("return table.concat(seen, ' ')"),
+              "OnDoPreMouseEvent:leaf:VYRUIMouseEvent OnDoMouseEvent:leaf:VYRUIMouseEvent "
+              "OnDoMouseEvent:leaf:VYRUIMouseEvent OnDoCursor:leaf:VYRUIMouseEvent "
+              "OnDoKeyboardEvent:leaf:VYRUIKeyboardEvent OnDoTouchEvent:leaf:VYRUITouchEvent "
+              "OnDoMultiTouchEvent:leaf:VYRUIMultiTouchEvent OnDoGestureEvent:leaf:VYRUIGestureEvent");
+    Run("leaf:UI_LoseKeyboardFocus()");
+}
