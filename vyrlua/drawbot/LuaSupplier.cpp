@@ -7,6 +7,7 @@
 #include "vyrlua/drawbot/LuaImage.h"
 #include "vyrlua/drawbot/LuaSurface.h"
 
+#include <filesystem>
 #include <new>
 #include <string>
 
@@ -97,6 +98,8 @@ bool FileExists(std::string_view path)
     return vyrcore::filesupport::File::FromUTF8(path).Exists();
 }
 
+constexpr std::uintmax_t kMaxImageFileBytes = 256u << 20;
+
 struct ImageRequest {
     SupplierObject* object;
     std::string_view path;
@@ -109,6 +112,12 @@ boost::intrusive_ptr<ImageInterface> LoadImage(void* context)
     if (!supplier)
         return {};
     std::string quoted = "'" + std::string(request->path) + "'";
+    // Refused before reading: a file this big is no image the layer could
+    // draw, and reading it would only exhaust memory.
+    std::error_code error;
+    auto size = std::filesystem::file_size(std::string(request->path), error);
+    if (error || size > kMaxImageFileBytes)
+        throw utility::LuaError("cannot read image file " + quoted);
     std::string bytes;
     if (!vyrcore::filesupport::File::FromUTF8(request->path).ReadAll(bytes))
         throw utility::LuaError("cannot read image file " + quoted);
