@@ -115,15 +115,22 @@ void* TestUData(lua_State* L, int narg, const char* tname)
     lua_getfield(L, LUA_REGISTRYINDEX, tname);
     bool same = lua_rawequal(L, -1, -2);
     lua_pop(L, 2);
-    return same ? p : nullptr;
+    return same && lua_objlen(L, narg) >= sizeof(void*) ? p : nullptr;
 }
 
 void* CheckUData(lua_State* L, int narg, const char* tname)
 {
     void* p = TestUData(L, narg, tname);
-    if (p == nullptr)
-        ThrowTypeError(L, narg, tname);
-    return p;
+    if (p != nullptr)
+        return p;
+    if (lua_type(L, narg) == LUA_TUSERDATA && lua_getmetatable(L, narg)) {
+        lua_getfield(L, LUA_REGISTRYINDEX, tname);
+        bool same = lua_rawequal(L, -1, -2);
+        lua_pop(L, 2);
+        if (same)
+            throw LuaError("Bad user data");
+    }
+    ThrowTypeError(L, narg, tname);
 }
 
 } // namespace vyrlua::utility

@@ -35,8 +35,12 @@ float ToFloat(lua_Number n);
 int ToInt(lua_Number n, int narg);
 
 // luaL_checkudata: a full userdata whose metatable is the registry's `tname`.
+// Every kind's block holds at least a pointer; a smaller block with that
+// metatable (debug.setmetatable makes one) fails with "Bad user data"
+// instead of being read past its end.
 void* CheckUData(lua_State* L, int narg, const char* tname);
-// The userdata's block if its metatable is the registry's `tname`, else null.
+// The userdata's block if its metatable is the registry's `tname` and it is
+// at least a pointer wide, else null.
 void* TestUData(lua_State* L, int narg, const char* tname);
 
 } // namespace vyrlua::utility

@@ -1,0 +1,44 @@
+// Defects the sweep, the fuzzer and fault injection found, each kept as the
+// smallest script that showed it.
+#include "support/LuaFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using vyrtest::LuaTest;
+
+// debug.setmetatable gives any userdata a kind's metatable; a block smaller
+// than the kind's pointer used to be read past its end (__gc, methods).
+TEST_F(LuaTest, ForgedUserdataOfEveryKindIsBadUserData)
+{
+    Run("require 'vyrlua.InputCapture'; require 'vyrlua.TouchCapture'");
+    const char* kinds[] = {"vyrlua.InputCapture", "vyrlua.TouchCapture"};
+    for (const char* kind : kinds) {
+        std::string prelude = std::string("local meta = debug.getregistry()['") + kind +
+                              "']\nlocal forged = newproxy()\ndebug.setmetatable(forged, meta)\n";
+        EXPECT_EQ(Run(prelude + "meta.__gc(forged) meta.__gc(forged) return true").size(), 1u)
+            << kind;
+        for (const char* method : {"IsCapturing", "__tostring"}) {
+            std::string code = prelude + "if meta." + method + " then meta." + method +
+                               "(forged) else error('Bad user data', 0) end";
+            std::string error = Error(code);
+            EXPECT_NE(error.find("Bad user data"), std::string::npos) << kind << method << error;
+        }
+    }
+    // Input events reach Lua only from handlers; forge one of each kind.
+    EXPECT_EQ(Eval("local n = 0\n"
+                   "for name, meta in pairs(debug.getregistry()) do\n"
+                   "  if type(name) == 'string' and name:find('Event$') and type(meta) == 'table'\n"
+                   "     and meta.__gc then\n"
+                   "    local forged = newproxy(); debug.setmetatable(forged, meta)\n"
+                   "    meta.__gc(forged)\n"
+                   "    if meta.__tostring then pcall(meta.__tostring, forged) end\n"
+                   "    n = n + 1\n"
+                   "  end\n"
+                   "end\n"
+                   "collectgarbage() return n > 0"),
+              "true");
+}
+
+} // namespace
