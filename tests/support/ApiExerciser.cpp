@@ -288,7 +288,13 @@ void ApiExerciser::Harvest(size_t index, const std::vector<size_t>& args, int fi
             continue;
         lua_pushvalue(mL, first + i);
         ids.push_back(AddValue(kind + " instance", ValueKind::Instance, kind));
-        mRecipes.try_emplace(kind, Recipe{index, args, i + 1});
+        if (mRecipes.count(kind) == 0) {
+            std::vector<std::string> argKinds;
+            for (size_t id : args)
+                argKinds.push_back(mValues[id].kind == ValueKind::Instance ? mValues[id].metatable
+                                                                          : std::string());
+            mRecipes.emplace(kind, Recipe{index, args, argKinds, i + 1});
+        }
     }
 }
 
@@ -323,7 +329,11 @@ CallOutcome ApiExerciser::Call(size_t index, const std::vector<size_t>& args, bo
     ++mCalls;
     if (mWatchdog)
         mWatchdog->Begin(Describe(index, args));
+    if (mObserver)
+        mObserver(true);
     const int status = lua_pcall(L, static_cast<int>(args.size()), LUA_MULTRET, 0);
+    if (mObserver)
+        mObserver(false);
     if (mWatchdog)
         mWatchdog->End();
 
@@ -346,6 +356,13 @@ CallOutcome ApiExerciser::Call(size_t index, const std::vector<size_t>& args, bo
                             std::to_string(probe.top) + " values on its stack";
         else if (harvest)
             Harvest(index, args, top + 2, outcome.results);
+        for (int r = 0; r < outcome.results && r < 2 && !mStash.empty(); ++r) {
+            lua_rawgeti(L, LUA_REGISTRYINDEX, mValuesRef);
+            lua_pushvalue(L, top + 2 + r);
+            lua_rawseti(L, -2, static_cast<int>(mStash[mNextStash] + 1));
+            lua_pop(L, 1);
+            mNextStash = (mNextStash + 1) % mStash.size();
+        }
     } else if (lua_gettop(L) != top + 2) {
         outcome.fault = "unbalanced stack after an error";
     } else if (lua_type(L, -1) != LUA_TSTRING) {
@@ -356,7 +373,7 @@ CallOutcome ApiExerciser::Call(size_t index, const std::vector<size_t>& args, bo
     lua_settop(L, top);
 
     if (outcome.fault.empty())
-        outcome.fault = HealthCheck(true);
+        outcome.fault = HealthCheck(mCollectEachCall);
     if (!outcome.fault.empty())
         outcome.fault = Describe(index, args) + ": " + outcome.fault;
     return outcome;
@@ -453,17 +470,51 @@ bool ApiExerciser::BaselineSucceeds(size_t index, int arity) const
 
 std::optional<size_t> ApiExerciser::FreshInstance(const std::string& metatable, bool ownSlot)
 {
+    return FreshInstanceAt(metatable, ownSlot, 0);
+}
+
+std::optional<size_t> ApiExerciser::AnyInstance(const std::string& metatable)
+{
+    if (auto it = mInstances.find(metatable); it != mInstances.end() && !it->second.empty())
+        return it->second.front();
+    auto made = FreshInstanceAt(metatable, true, 0);
+    if (made) {
+        mValues[*made].label = metatable + " instance";
+        mInstances[metatable].push_back(*made);
+    }
+    return made;
+}
+
+std::optional<size_t> ApiExerciser::FreshInstanceAt(const std::string& metatable, bool ownSlot,
+                                                    int depth)
+{
     auto recipe = mRecipes.find(metatable);
-    if (recipe == mRecipes.end())
+    if (recipe == mRecipes.end() || depth > 4)
         return std::nullopt;
+    // Instance arguments are taken from this pool (or made), so a recipe
+    // learnt by another exerciser works here too.
+    std::vector<size_t> args = recipe->second.args;
+    for (size_t i = 0; i < args.size() && i < recipe->second.argKinds.size(); ++i) {
+        const std::string& kind = recipe->second.argKinds[i];
+        if (kind.empty())
+            continue;
+        std::optional<size_t> id;
+        if (auto it = mInstances.find(kind); it != mInstances.end() && !it->second.empty())
+            id = it->second.front();
+        else if ((id = FreshInstanceAt(kind, true, depth + 1)))
+            mInstances[kind].push_back(*id);
+        if (!id)
+            return std::nullopt;
+        args[i] = *id;
+    }
     lua_State* L = mL;
     const int top = lua_gettop(L);
     PushCallable(L, mInventory.callables[recipe->second.callable]);
-    for (size_t id : recipe->second.args)
+    for (size_t id : args)
         PushValue(id);
     std::optional<size_t> made;
     ++mCalls;
-    if (lua_pcall(L, static_cast<int>(recipe->second.args.size()), LUA_MULTRET, 0) == 0 &&
+    if (lua_pcall(L, static_cast<int>(args.size()), LUA_MULTRET, 0) == 0 &&
         lua_gettop(L) - top >= recipe->second.result) {
         lua_pushvalue(L, top + recipe->second.result);
         if (MetatableNameAt(-1) != metatable) {
@@ -483,6 +534,26 @@ std::optional<size_t> ApiExerciser::FreshInstance(const std::string& metatable, 
     }
     lua_settop(L, top);
     return made;
+}
+
+void ApiExerciser::EnableStash(size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        lua_pushboolean(mL, 0);
+        mStash.push_back(AddValue("result " + std::to_string(i + 1), ValueKind::Adversarial));
+    }
+}
+
+std::optional<size_t> ApiExerciser::Variant(const std::string& metatable, unsigned which)
+{
+    auto it = mVariants.find(metatable);
+    if (it == mVariants.end()) {
+        MakeVariantsOf(metatable);
+        it = mVariants.find(metatable);
+    }
+    if (it->second.empty())
+        return std::nullopt;
+    return it->second[which % it->second.size()];
 }
 
 void ApiExerciser::DiscoverInstances(int rounds)
@@ -518,40 +589,45 @@ std::vector<std::string> ApiExerciser::KindsWithInstances() const
 
 void ApiExerciser::MakeVariants()
 {
+    for (const std::string& kind : mInventory.metatables)
+        if (mVariants.count(kind) == 0)
+            MakeVariantsOf(kind);
+}
+
+void ApiExerciser::MakeVariantsOf(const std::string& kind)
+{
     lua_State* L = mL;
-    for (const std::string& kind : mInventory.metatables) {
-        auto& variants = mVariants[kind];
-        // Forged: a userdata with the kind's metatable but a block too small
-        // to hold what the kind keeps (debug.setmetatable makes these).
-        for (size_t size : {size_t{0}, size_t{1}}) {
-            lua_newuserdata(L, size);
-            lua_getfield(L, LUA_REGISTRYINDEX, kind.c_str());
-            lua_setmetatable(L, -2);
-            variants.push_back(AddValue("forged " + kind + " of " + std::to_string(size) + " byte",
-                                        ValueKind::Forged, kind));
-        }
+    auto& variants = mVariants[kind];
+    // Forged: a userdata with the kind's metatable but a block too small to
+    // hold what the kind keeps (debug.setmetatable makes these).
+    for (size_t size : {size_t{0}, size_t{1}}) {
+        lua_newuserdata(L, size);
         lua_getfield(L, LUA_REGISTRYINDEX, kind.c_str());
-        const int meta = lua_gettop(L);
-        for (const char* method : {"Release", "__gc"}) {
-            lua_getfield(L, meta, method);
-            const bool present = lua_isfunction(L, -1);
-            lua_pop(L, 1);
-            if (!present)
-                continue;
-            std::optional<size_t> fresh = FreshInstance(kind, true);
-            if (!fresh)
-                continue;
-            lua_getfield(L, meta, method);
-            PushValue(*fresh);
-            lua_pcall(L, 1, 0, 0);
-            lua_settop(L, meta);
-            const bool gc = std::string(method) == "__gc";
-            mValues[*fresh].label = (gc ? "collected " : "released ") + kind;
-            mValues[*fresh].kind = gc ? ValueKind::Collected : ValueKind::Released;
-            variants.push_back(*fresh);
-        }
-        lua_settop(L, meta - 1);
+        lua_setmetatable(L, -2);
+        variants.push_back(AddValue("forged " + kind + " of " + std::to_string(size) + " byte",
+                                    ValueKind::Forged, kind));
     }
+    lua_getfield(L, LUA_REGISTRYINDEX, kind.c_str());
+    const int meta = lua_gettop(L);
+    for (const char* method : {"Release", "__gc"}) {
+        lua_getfield(L, meta, method);
+        const bool present = lua_isfunction(L, -1);
+        lua_pop(L, 1);
+        if (!present)
+            continue;
+        std::optional<size_t> fresh = FreshInstance(kind, true);
+        if (!fresh)
+            continue;
+        lua_getfield(L, meta, method);
+        PushValue(*fresh);
+        lua_pcall(L, 1, 0, 0);
+        lua_settop(L, meta);
+        const bool gc = std::string(method) == "__gc";
+        mValues[*fresh].label = (gc ? "collected " : "released ") + kind;
+        mValues[*fresh].kind = gc ? ValueKind::Collected : ValueKind::Released;
+        variants.push_back(*fresh);
+    }
+    lua_settop(L, meta - 1);
 }
 
 std::vector<size_t> ApiExerciser::AdversarialFor(size_t index, int position) const

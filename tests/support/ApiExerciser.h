@@ -60,8 +60,15 @@ public:
     const std::vector<size_t>& AdversarialScalars() const { return mAdversarial; }
 
     // Calls callable `index` with the pooled values `args`, checked. With
-    // `harvest`, userdata results of named metatables join the pool.
+    // `harvest`, userdata results of named metatables join the pool; results
+    // also go to the stash slots when there are any.
     CallOutcome Call(size_t index, const std::vector<size_t>& args, bool harvest = false);
+    // Whether the check after each call includes a full collection (on by
+    // default; the fuzzer collects as one of its own steps instead).
+    void SetCollectAfterEachCall(bool collect) { mCollectEachCall = collect; }
+    // Makes `count` pool slots that keep the latest call results, in turn.
+    void EnableStash(size_t count);
+    const std::vector<size_t>& StashSlots() const { return mStash; }
     // Runs the state check (pcall, coroutine, and a full collection when
     // `collect`); returns what failed, or an empty string.
     std::string HealthCheck(bool collect = true);
@@ -83,6 +90,22 @@ public:
     // Whether the baseline of (index, arity) made a successful call.
     bool BaselineSucceeds(size_t index, int arity) const;
 
+    // How instances were made, so that another exerciser over the same
+    // inventory can make them without discovering them again.
+    struct Recipe {
+        size_t callable;
+        std::vector<size_t> args;
+        std::vector<std::string> argKinds;  // kind of an instance argument, else ""
+        int result;                         // 1-based position among the results
+    };
+    const std::map<std::string, Recipe>& Recipes() const { return mRecipes; }
+    void AdoptRecipes(const std::map<std::string, Recipe>& recipes) { mRecipes = recipes; }
+    // An instance of `metatable` already in the pool, else a fresh one.
+    std::optional<size_t> AnyInstance(const std::string& metatable);
+    // A released, collected or forged variant (`which` picks among them),
+    // made on first use.
+    std::optional<size_t> Variant(const std::string& metatable, unsigned which);
+
     // A new instance of `metatable` from the recipe that first produced one;
     // nullopt when none is known or the recipe no longer yields one. Unless
     // `ownSlot`, the instance replaces the kind's previous fresh one.
@@ -93,6 +116,13 @@ public:
 
     size_t CallsMade() const { return mCalls; }
 
+    // Called with true right before the library function runs and with false
+    // right after it returned or raised (fault injection arms around this).
+    void SetCallObserver(std::function<void(bool entering)> observer)
+    {
+        mObserver = std::move(observer);
+    }
+
     // Every checked call runs under the watchdog when one is set.
     void SetWatchdog(class CallWatchdog* watchdog) { mWatchdog = watchdog; }
 
@@ -102,11 +132,6 @@ public:
     size_t AddValue(std::string label, ValueKind kind, std::string metatable = {});
 
 private:
-    struct Recipe {
-        size_t callable;
-        std::vector<size_t> args;
-        int result;  // 1-based position among the call's results
-    };
     struct CachedBaseline {
         std::vector<size_t> args;
         bool succeeds;
@@ -118,6 +143,8 @@ private:
     void Harvest(size_t index, const std::vector<size_t>& args, int first, int count);
     std::string MetatableNameAt(int index) const;
     void MakeVariants();
+    void MakeVariantsOf(const std::string& kind);
+    std::optional<size_t> FreshInstanceAt(const std::string& metatable, bool ownSlot, int depth);
 
     lua_State* mL;
     const Inventory& mInventory;
@@ -135,6 +162,10 @@ private:
     int mSentinelRef = LUA_NOREF;
     size_t mCalls = 0;
     class CallWatchdog* mWatchdog = nullptr;
+    bool mCollectEachCall = true;
+    std::function<void(bool)> mObserver;
+    std::vector<size_t> mStash;
+    size_t mNextStash = 0;
 };
 
 // Aborts the process with the call's description when one call runs longer
