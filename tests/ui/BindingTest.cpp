@@ -441,3 +441,18 @@ TEST_F(UiTest, EveryOperationNameReceivesItsMessage)
               "OnDoMultiTouchEvent:leaf:VYRUIMultiTouchEvent OnDoGestureEvent:leaf:VYRUIGestureEvent");
     Run("leaf:UI_LoseKeyboardFocus()");
 }
+
+TEST_F(UiTest, ForgedEventsAndCapturesAreNeverRead)
+{
+    // The debug library can put any kind's metatable on a block too small to
+    // hold its pointer.
+    for (const char* kind : {"vyrlua.VYRUIMouseEvent", "vyrlua.InputCapture", "vyrlua.TouchCapture"}) {
+        std::string forge = std::string("local meta = debug.getregistry()['") + kind +
+                            "'] local u = newproxy() debug.setmetatable(u, meta) ";
+        EXPECT_EQ(Error(forge + "return tostring(u)"), "Bad user data") << kind;
+        Run(forge + "meta.__gc(u)");
+    }
+    Run("m = vyrlua_CreateNewVYRUIMouseEvent{x = 3}");
+    EXPECT_EQ(Error("return getmetatable(m).__index(InputCapture.New(), 'x')"),
+              "test:1: bad argument #1 to '__index' (vyrlua.VYRUIMouseEvent expected, got userdata)");
+}

@@ -1,6 +1,7 @@
 #include "vyrlua/ui/LuaInputCapture.h"
 
 #include "vyrlua/ui/LuaUIEvents.h"
+#include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
@@ -48,7 +49,7 @@ int PushInputCaptureToLua(lua_State* L, LuaInputCapture* capture)
 
 LuaInputCapture* CheckInputCapture(lua_State* L, int narg)
 {
-    return *static_cast<LuaInputCapture**>(utility::CheckUData(L, narg, kInputCaptureMetatable));
+    return *CheckPointerBlock<LuaInputCapture>(L, narg, kInputCaptureMetatable);
 }
 
 namespace {
@@ -61,8 +62,7 @@ int NewBody(lua_State* L)
 
 int GcBody(lua_State* L)
 {
-    if (void* p = utility::TestUData(L, 1, kInputCaptureMetatable)) {
-        auto** block = static_cast<LuaInputCapture**>(p);
+    if (LuaInputCapture** block = TestPointerBlock<LuaInputCapture>(L, 1, kInputCaptureMetatable)) {
         LuaInputCapture* capture = *block;
         *block = nullptr;
         if (capture)

@@ -3,6 +3,7 @@
 #include "vyrlua/ui/LuaInputCapture.h"
 
 #include "vyrlua/ui/LuaUIEvents.h"
+#include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
@@ -43,7 +44,7 @@ int PushTouchCaptureToLua(lua_State* L, LuaTouchCapture* capture)
 
 LuaTouchCapture* CheckTouchCapture(lua_State* L, int narg)
 {
-    return *static_cast<LuaTouchCapture**>(utility::CheckUData(L, narg, kTouchCaptureMetatable));
+    return *CheckPointerBlock<LuaTouchCapture>(L, narg, kTouchCaptureMetatable);
 }
 
 namespace {
@@ -58,8 +59,7 @@ int NewBody(lua_State* L)
 
 int GcBody(lua_State* L)
 {
-    if (void* p = utility::TestUData(L, 1, kTouchCaptureMetatable)) {
-        auto** block = static_cast<LuaTouchCapture**>(p);
+    if (LuaTouchCapture** block = TestPointerBlock<LuaTouchCapture>(L, 1, kTouchCaptureMetatable)) {
         LuaTouchCapture* capture = *block;
         *block = nullptr;
         if (capture)

@@ -1,5 +1,6 @@
 #include "vyrlua/ui/LuaUIEvents.h"
 
+#include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaFieldReaders.h"
@@ -86,15 +87,14 @@ int PushEvent(lua_State* L, const Event& event)
 template <typename Event>
 Event* TestEvent(lua_State* L, int index)
 {
-    void* block = utility::TestUData(L, index, Kind<Event>::kMetatable);
-    return block ? *static_cast<Event**>(block) : nullptr;
+    Event** block = TestPointerBlock<Event>(L, index, Kind<Event>::kMetatable);
+    return block ? *block : nullptr;
 }
 
 template <typename Event>
 Event& CheckEvent(lua_State* L, int index)
 {
-    void* block = utility::CheckUData(L, index, Kind<Event>::kMetatable);
-    Event* event = *static_cast<Event**>(block);
+    Event* event = *CheckPointerBlock<Event>(L, index, Kind<Event>::kMetatable);
     if (!event)
         throw LuaError(std::string("out-of-scope ") + Kind<Event>::kWord);
     return *event;
@@ -110,7 +110,7 @@ std::unique_ptr<Event> CopyEvent(lua_State* L, int index)
 template <typename Event>
 int GcBody(lua_State* L)
 {
-    if (auto** block = static_cast<Event**>(utility::TestUData(L, 1, Kind<Event>::kMetatable))) {
+    if (Event** block = TestPointerBlock<Event>(L, 1, Kind<Event>::kMetatable)) {
         Event* event = *block;
         *block = nullptr;
         delete event;
@@ -121,8 +121,8 @@ int GcBody(lua_State* L)
 template <typename Event>
 int ToStringBody(lua_State* L)
 {
-    void* block = utility::CheckUData(L, 1, Kind<Event>::kMetatable);
-    lua_pushfstring(L, "%s(%p)", Kind<Event>::kWord, static_cast<void*>(*static_cast<Event**>(block)));
+    Event* event = *CheckPointerBlock<Event>(L, 1, Kind<Event>::kMetatable);
+    lua_pushfstring(L, "%s(%p)", Kind<Event>::kWord, static_cast<void*>(event));
     return 1;
 }
 
