@@ -32,7 +32,7 @@ for config in "${configs[@]}"; do
   # Leak checks stay on (less the third-party leaks listed in
   # tests/lsan-suppressions.txt); UBSan stops at the first report so CI sees it.
   ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
-  LSAN_OPTIONS="suppressions=$PWD/tests/lsan-suppressions.txt" \
+  LSAN_OPTIONS="suppressions=$PWD/tests/lsan-suppressions.txt:print_suppressions=0" \
   UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --test-dir "$dir" --output-on-failure -j "$jobs" --timeout 600
   echo "== $config: done in $((SECONDS - start)) s"
