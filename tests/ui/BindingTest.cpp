@@ -9,6 +9,8 @@
 #include "vyrui/ui/UI_Container.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
+#include <gmock/gmock.h>
+
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -453,6 +455,6 @@ TEST_F(UiTest, ForgedEventsAndCapturesAreNeverRead)
         Run(forge + "meta.__gc(u)");
     }
     Run("m = vyrlua_CreateNewVYRUIMouseEvent{x = 3}");
-    EXPECT_EQ(Error("return getmetatable(m).__index(InputCapture.New(), 'x')"),
-              "test:1: bad argument #1 to '__index' (vyrlua.VYRUIMouseEvent expected, got userdata)");
+    EXPECT_THAT(Error("local x = getmetatable(m).__index(InputCapture.New(), 'x')"),
+                testing::HasSubstr("(vyrlua.VYRUIMouseEvent expected, got userdata)"));
 }
