@@ -256,7 +256,7 @@ TEST_F(DrawbotTest, ImagesFromFilesAndTheirFailures)
         for (size_t keep : {bytes.size() / 2, size_t{20}, size_t{0}}) {
             std::string path = (dir / ("cut-" + std::string(source))).string();
             std::ofstream(path, std::ios::binary) << bytes.substr(0, keep);
-            std::string error = Error("return supplier:newImageFromFile('" + path + "')");
+            std::string error = Error("local image = supplier:newImageFromFile('" + path + "')");
             EXPECT_EQ(error.rfind("test:1: cannot decode image file '" + path + "': ", 0), 0u)
                 << error;
         }
