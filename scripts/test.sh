@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
-# Sets up the machine, builds and runs the whole test suite in the three
-# configurations: host on Lua 5.1, host on LuaJIT 2.1, and Lua 5.1 under
-# AddressSanitizer + UndefinedBehaviorSanitizer (LeakSanitizer on).
+# Sets up the machine, builds and runs the whole test suite in four
+# configurations: host on Lua 5.1, host on LuaJIT 2.1, Lua 5.1 under
+# AddressSanitizer + UndefinedBehaviorSanitizer (LeakSanitizer on), and the
+# API fuzzer (clang with libFuzzer and the same sanitizers; its committed
+# findings replay, then it runs for a bounded time, VYRLUA_FUZZ_SECONDS).
 #
-#   scripts/test.sh            all three
-#   scripts/test.sh puc asan   only those named (puc, luajit, asan)
+#   scripts/test.sh            all four
+#   scripts/test.sh puc asan   only those named (puc, luajit, asan, fuzz)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 
 configs=("$@")
-[ "${#configs[@]}" -gt 0 ] || configs=(puc luajit asan)
+[ "${#configs[@]}" -gt 0 ] || configs=(puc luajit asan fuzz)
 
 export CCACHE_BASEDIR="$PWD"
 export CCACHE_NOHASHDIR=1
@@ -21,7 +23,10 @@ for config in "${configs[@]}"; do
     puc)    flags=(-DVYRLUA_LUA=PUC) ;;
     luajit) flags=(-DVYRLUA_LUA=LUAJIT) ;;
     asan)   flags=(-DVYRLUA_LUA=PUC -DVYRLUA_SANITIZE=ON) ;;
-    *) echo "test.sh: unknown configuration '$config' (puc, luajit, asan)" >&2; exit 2 ;;
+    fuzz)   flags=(-DVYRLUA_LUA=PUC -DVYRLUA_SANITIZE=ON -DVYRLUA_FUZZ=ON
+                   -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14
+                   -DVYRLUA_FUZZ_SECONDS="${VYRLUA_FUZZ_SECONDS:-180}") ;;
+    *) echo "test.sh: unknown configuration '$config' (puc, luajit, asan, fuzz)" >&2; exit 2 ;;
   esac
   dir="build/$config"
   start=$SECONDS

@@ -5,9 +5,10 @@
 // state afterwards); under the sanitizers a memory or UB fault aborts.
 //
 // The work is split into shards run as separate tests, so ctest can run them
-// side by side. VYRLUA_SWEEP_SHARDS overrides nothing: the count is fixed
-// here so the test list is stable.
+// side by side; the count is fixed so the test list is stable.
 #include "support/ApiExerciser.h"
+
+#include "support/HostActions.h"
 
 #include "app/HostRuntime.h"
 #include "vyrcore/config.h"
@@ -40,6 +41,12 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
     vyrtest::CallWatchdog watchdog(std::chrono::seconds(60));
     ApiExerciser exerciser(runtime.State(), inventory);
     exerciser.SetWatchdog(&watchdog);
+    exerciser.SetNodeDestroyer([](lua_State* L, int index) {
+        vyrlua::ui::NodePtr node = vyrtest::WrappedNode(L, index);
+        if (node)
+            vyrtest::DestroyNodeHostSide(*node);
+        return node != nullptr;
+    });
     for (const std::string& error : exerciser.OpenErrors())
         ADD_FAILURE() << "opening: " << error;
 

@@ -627,6 +627,18 @@ void ApiExerciser::MakeVariantsOf(const std::string& kind)
         mValues[*fresh].kind = gc ? ValueKind::Collected : ValueKind::Released;
         variants.push_back(*fresh);
     }
+    if (mNodeDestroyer) {
+        if (std::optional<size_t> fresh = FreshInstance(kind, true)) {
+            PushValue(*fresh);
+            const bool destroyed = mNodeDestroyer(L, lua_gettop(L));
+            lua_settop(L, meta);
+            if (destroyed) {
+                mValues[*fresh].label = kind + " whose node is gone";
+                mValues[*fresh].kind = ValueKind::Gone;
+                variants.push_back(*fresh);
+            }
+        }
+    }
     lua_settop(L, meta - 1);
 }
 

@@ -123,6 +123,14 @@ public:
         mObserver = std::move(observer);
     }
 
+    // Tears down, host-side, the node that the userdata at the index wraps;
+    // false when it wraps none. With one set, every kind gets a "node gone"
+    // variant: a fresh instance whose host node was destroyed.
+    void SetNodeDestroyer(std::function<bool(lua_State*, int)> destroyer)
+    {
+        mNodeDestroyer = std::move(destroyer);
+    }
+
     // Every checked call runs under the watchdog when one is set.
     void SetWatchdog(class CallWatchdog* watchdog) { mWatchdog = watchdog; }
 
@@ -164,6 +172,7 @@ private:
     class CallWatchdog* mWatchdog = nullptr;
     bool mCollectEachCall = true;
     std::function<void(bool)> mObserver;
+    std::function<bool(lua_State*, int)> mNodeDestroyer;
     std::vector<size_t> mStash;
     size_t mNextStash = 0;
 };

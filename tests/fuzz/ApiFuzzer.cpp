@@ -1,0 +1,215 @@
+// libFuzzer target: the fuzz input is read as a program of steps over a fresh
+// host state with every module open: calls of any registered function with
+// arguments from the exerciser's pool (adversarial values, candidates,
+// instances of every kind and their released, collected and forged variants,
+// earlier results), garbage collections, host-side actions (see HostActions)
+// and closing the state, after which the host acts again on what is left and
+// a new state is opened.
+//
+// Every call is checked as in the sweep; a fault aborts with the call named.
+// The same input always replays the same steps: nothing carries over from
+// one input to the next except the inventory and the recipes for instances.
+#include "support/ApiExerciser.h"
+
+#include "support/HostActions.h"
+#include "app/HostRuntime.h"
+#include "vyrcore/config.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+using vyrtest::ApiExerciser;
+
+struct Shared {
+    vyrtest::Inventory inventory;
+    std::map<std::string, ApiExerciser::Recipe> recipes;
+    std::vector<std::string> kinds;
+};
+
+Shared& Process()
+{
+    static Shared shared;
+    return shared;
+}
+
+class Input {
+public:
+    Input(const uint8_t* data, size_t size) : mData(data), mSize(size) {}
+    bool More() const { return mPos < mSize; }
+    unsigned Byte() { return mPos < mSize ? mData[mPos++] : 0; }
+    unsigned Word() { return Byte() | (Byte() << 8); }
+
+private:
+    const uint8_t* mData;
+    size_t mSize;
+    size_t mPos = 0;
+};
+
+constexpr size_t kStashSlots = 8;
+constexpr int kMaxSteps = 64;
+
+bool DestroyWrappedNode(lua_State* L, int index)
+{
+    vyrlua::ui::NodePtr node = vyrtest::WrappedNode(L, index);
+    if (node)
+        vyrtest::DestroyNodeHostSide(*node);
+    return node != nullptr;
+}
+
+[[noreturn]] void Fail(const std::string& what)
+{
+    std::fprintf(stderr, "robustness fault: %s\n", what.c_str());
+    std::abort();
+}
+
+class World {
+public:
+    World() { Open(); }
+    ~World()
+    {
+        mExerciser.reset();
+        mRuntime.reset();
+    }
+
+    ApiExerciser& Exerciser() { return *mExerciser; }
+
+    void Open()
+    {
+        mRuntime = std::make_unique<vyrhost::HostRuntime>();
+        mExerciser = std::make_unique<ApiExerciser>(mRuntime->State(), Process().inventory);
+        mExerciser->SetCollectAfterEachCall(false);
+        mExerciser->AdoptRecipes(Process().recipes);
+        mExerciser->EnableStash(kStashSlots);
+        mExerciser->SetNodeDestroyer(DestroyWrappedNode);
+        mBaseValues = mExerciser->Values().size();
+    }
+
+    // Closes the state while whatever the script made still lives, lets the
+    // host act on it, then starts over.
+    void CloseAndReopen(Input& in)
+    {
+        mExerciser.reset();
+        mRuntime->Close();
+        for (auto& action : vyrtest::HostActions())
+            action.run(mRuntime->Application(), in.Byte());
+        mRuntime.reset();
+        Open();
+    }
+
+    size_t PickValue(Input& in)
+    {
+        const auto& kinds = Process().kinds;
+        const size_t space = mBaseValues + kinds.size() * 5;
+        size_t pick = in.Word() % space;
+        if (pick < mBaseValues)
+            return pick;  // includes the stash slots
+        pick -= mBaseValues;
+        const std::string& kind = kinds[pick / 5];
+        std::optional<size_t> id = pick % 5 == 0 ? mExerciser->AnyInstance(kind)
+                                                 : mExerciser->Variant(kind, pick % 5 - 1);
+        return id ? *id : 0;
+    }
+
+    void Call(Input& in, bool asMethod)
+    {
+        const auto& callables = Process().inventory.callables;
+        if (callables.empty())
+            return;
+        const size_t index = in.Word() % callables.size();
+        const int arity = static_cast<int>(in.Byte() % 5);
+        std::vector<size_t> args;
+        for (int i = 0; i < arity; ++i)
+            args.push_back(PickValue(in));
+        // A method with a receiver of its own kind, so calls get past self.
+        const auto& c = callables[index];
+        if (asMethod && c.method && !args.empty() && !c.metatables.empty())
+            if (auto id = mExerciser->AnyInstance(c.metatables[in.Byte() % c.metatables.size()]))
+                args[0] = *id;
+        vyrtest::CallOutcome outcome = mExerciser->Call(index, args);
+        if (!outcome.fault.empty())
+            Fail(outcome.fault);
+    }
+
+    void Check(bool collect)
+    {
+        std::string failure = mExerciser->HealthCheck(collect);
+        if (!failure.empty())
+            Fail("state check: " + failure);
+    }
+
+    // One incremental step, protected: a __gc that raises is a fault.
+    void StepCollector()
+    {
+        auto step = [](lua_State* L) -> int {
+            lua_gc(L, LUA_GCSTEP, 0);
+            return 0;
+        };
+        if (lua_cpcall(mRuntime->State(), step, nullptr) != 0)
+            Fail(std::string("collector step raised: ") +
+                 (lua_isstring(mRuntime->State(), -1) ? lua_tostring(mRuntime->State(), -1) : "?"));
+    }
+
+    void HostAction(Input& in)
+    {
+        auto& actions = vyrtest::HostActions();
+        if (actions.empty())
+            return;
+        auto& action = actions[in.Byte() % actions.size()];
+        action.run(mRuntime->Application(), in.Byte());
+        Check(false);
+    }
+
+private:
+    std::unique_ptr<vyrhost::HostRuntime> mRuntime;
+    std::unique_ptr<ApiExerciser> mExerciser;
+    size_t mBaseValues = 0;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    vyrcore::config::SetErrorSink([](const std::string&) {});
+    Shared& shared = Process();
+    shared.inventory = vyrtest::TakeInventory();
+    // Learn once how to make an instance of each kind; every input then
+    // makes only the ones it uses.
+    vyrhost::HostRuntime runtime;
+    ApiExerciser exerciser(runtime.State(), shared.inventory);
+    exerciser.SetCollectAfterEachCall(false);
+    exerciser.SetNodeDestroyer(DestroyWrappedNode);
+    exerciser.DiscoverInstances();
+    shared.recipes = exerciser.Recipes();
+    shared.kinds = exerciser.KindsWithInstances();
+    std::fprintf(stderr, "fuzzer: %zu callables (%zu functions, %zu methods), %zu kinds\n",
+                 shared.inventory.callables.size(), shared.inventory.FunctionCount(),
+                 shared.inventory.MethodCount(), shared.kinds.size());
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    Input in(data, size);
+    World world;
+    for (int step = 0; step < kMaxSteps && in.More(); ++step) {
+        const unsigned op = in.Byte() % 16;
+        if (op < 9)
+            world.Call(in, false);
+        else if (op < 12)
+            world.Call(in, true);
+        else if (op == 12)
+            world.Check(true);
+        else if (op == 13)
+            world.StepCollector();
+        else if (op == 14)
+            world.HostAction(in);
+        else
+            world.CloseAndReopen(in);
+    }
+    world.Check(true);
+    return 0;
+}
