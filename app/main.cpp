@@ -1,6 +1,7 @@
 // vyrlua-host: runs a Lua script inside the reference host.
 #include "app/Console.h"
 #include "app/HostRuntime.h"
+#include "app/WindowRenderer.h"
 
 #include "vyrcore/config.h"
 #include "vyrcore/debug.h"
@@ -36,6 +37,8 @@ options:
   --run-for SECONDS      after SCRIPT, run the event loop (timers) for SECONDS
   --virtual-clock        with --run-for: a clock that jumps from timer to timer,
                          so the run takes no real time
+  --render DIR           at the end, render every top-level window the script
+                         left open to DIR/<window ID>.png (headless)
 
 Exit status: 0 when the script ran to its end, 1 on an error (its text goes
 to stderr), 2 on bad options.
@@ -50,6 +53,7 @@ struct Options {
     bool console = false;
     double runFor = 0;
     bool virtualClock = false;
+    std::string renderDir;
     std::string script;
     std::vector<std::string> args;
 };
@@ -107,6 +111,9 @@ int ParseOptions(int argc, char** argv, Options& options)
                 return Fail("--run-for needs a number of seconds from 0 to 1e9");
         } else if (option == "--virtual-clock") {
             options.virtualClock = true;
+        } else if (option == "--render") {
+            if (!value(options.renderDir) || options.renderDir.empty())
+                return Fail("--render needs a directory");
         } else if (option == "--") {
             ++i;
             break;
@@ -154,8 +161,15 @@ int main(int argc, char** argv)
                 loop.SetClock(vyrui::EventLoop::Clock::Virtual);
             loop.RunFor(options.runFor);
         }
-        if (error.empty() && options.console)
-            return vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0);
+        if (error.empty() && options.console) {
+            int status = vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0);
+            if (status != 0)
+                return status;
+        }
+        if (error.empty() && !options.renderDir.empty()) {
+            for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir))
+                std::cout << "rendered " << path << "\n";
+        }
     } catch (const std::exception& e) {
         error = e.what();
     }

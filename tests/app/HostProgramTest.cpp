@@ -124,3 +124,47 @@ TEST(HostProgramTest, CrashReportOnFatalSignal)
     EXPECT_NE(text.find("phase: rendering\n"), std::string::npos) << text;
     EXPECT_NE(text.find("backtrace:\n"), std::string::npos);
 }
+
+namespace {
+
+// Width and height from a PNG file's header, or {0, 0}.
+std::pair<unsigned, unsigned> PNGSize(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    unsigned char header[24] = {};
+    if (!in.read(reinterpret_cast<char*>(header), sizeof header) || header[1] != 'P')
+        return {0, 0};
+    auto be32 = [&](int at) {
+        return unsigned(header[at]) << 24 | unsigned(header[at + 1]) << 16 |
+               unsigned(header[at + 2]) << 8 | unsigned(header[at + 3]);
+    };
+    return {be32(16), be32(20)};
+}
+
+} // namespace
+
+TEST(HostProgramTest, RendersOpenWindowsToPNG)
+{
+    fs::path out = fs::path(::testing::TempDir()) / "rendered";
+    fs::remove_all(out);
+    std::string script = Script("windows.lua", R"(
+        require "vyrlua.vyrcontrols"
+        main = vyrcontrols.NewWindow("main", vyrlua_CreateNewRectF32(100, 100, 64, 32), "Main")
+        odd = vyrcontrols.NewWindow("../escape", vyrlua_CreateNewRectF32(0, 0, 10, 12))
+        local dropped = vyrcontrols.NewWindow("dropped", vyrlua_CreateNewRectF32(0, 0, 5, 5))
+        dropped = nil
+        collectgarbage()
+    )");
+    Outcome o = RunHost("--render " + out.string() + " " + script);
+    EXPECT_EQ(o.status, 0) << o.out;
+    EXPECT_EQ(o.out, "rendered " + (out / "main.png").string() + "\nrendered " +
+                         (out / "window-2.png").string() + "\n");
+    EXPECT_EQ(PNGSize(out / "main.png"), std::make_pair(64u, 32u));
+    EXPECT_EQ(PNGSize(out / "window-2.png"), std::make_pair(10u, 12u));
+    EXPECT_FALSE(fs::exists(out / "dropped.png"));
+
+    // A directory that cannot be made is an error, not a silent success.
+    Outcome bad = RunHost("--render /proc/no/such/dir " + script);
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_NE(bad.out.find("cannot create /proc/no/such/dir"), std::string::npos) << bad.out;
+}
