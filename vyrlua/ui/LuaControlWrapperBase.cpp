@@ -2,9 +2,11 @@
 
 #include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaInternedName.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <memory>
+#include <string_view>
 
 namespace vyrlua::ui {
 
@@ -60,6 +62,12 @@ bool LuaControlWrapperBase::OnDoTimerNotify(int firedID, int timerID, LuaFunctio
     return utility::NotifyLuaTimer(firedID, timerID, callback);
 }
 
+namespace {
+// Every method call tests the mark: interned, so the test hashes no text.
+const utility::InternedName kIdentifierName("ControlWrapperIdentifier");
+static_assert(std::string_view("ControlWrapperIdentifier") == kControlWrapperIdentifier);
+} // namespace
+
 LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
 {
     // Full userdata of one pointer only: a light userdata, or a block of
@@ -69,7 +77,7 @@ LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
         throw utility::LuaError("Bad user data");
     // Raw: the type mark is the metatable's own field, and a metamethod of
     // a foreign metatable must not run here.
-    lua_pushstring(L, kControlWrapperIdentifier);
+    utility::PushName(L, kIdentifierName);
     lua_rawget(L, -2);
     int type = lua_type(L, -1);
     lua_pop(L, 2);
