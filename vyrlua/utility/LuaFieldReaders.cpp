@@ -22,24 +22,20 @@ int IndexValue(lua_State* L)
     return 1;
 }
 
-bool IsPlainTable(lua_State* L, int index)
-{
-    if (lua_type(L, index) != LUA_TTABLE)
-        return false;
-    if (!lua_getmetatable(L, index))
-        return true;
-    lua_pop(L, 1);
-    return false;
-}
-
 } // namespace
 
 void PushField(lua_State* L, int index, const char* name)
 {
     index = AbsoluteIndex(L, index);
-    if (IsPlainTable(L, index)) {
-        lua_getfield(L, index, name);
-        return;
+    if (lua_type(L, index) == LUA_TTABLE) {
+        // A field the table holds is what lua_getfield finds too, metatable
+        // or not: only a missing one can reach __index. Value tables carry
+        // the scripts' metatables, so this is the common case.
+        lua_pushstring(L, name);
+        lua_rawget(L, index);
+        if (!lua_isnil(L, -1) || !lua_getmetatable(L, index))
+            return;
+        lua_pop(L, 2);
     }
     lua_pushcfunction(L, IndexValue);
     lua_pushvalue(L, index);

@@ -5,6 +5,7 @@
 #include "vyrlua/utility/LuaFieldReaders.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
 
+#include <string_view>
 #include <type_traits>
 
 namespace vyrlua::drawbot {
@@ -40,11 +41,22 @@ int ConstructIntegers(lua_State* L, const char* name, Ints... values)
     return 1;
 }
 
-// Reads one numeric field of the table at `index` (absolute).
-lua_Number NumberField(lua_State* L, int index, const char* name)
+// Reads one numeric field of the table at `index` (absolute, checked to be
+// a table).
+// `name` is a literal: its length is known here, and it ends in a NUL.
+lua_Number NumberField(lua_State* L, int index, std::string_view name)
 {
-    utility::PushField(L, index, name);
-    lua_Number n = utility::CheckNumber(L, -1);
+    // A number held by the table itself is what PushField and CheckNumber
+    // would give; anything else (a missing field that __index may supply, a
+    // numeric string, a wrong type) takes that full path.
+    lua_pushlstring(L, name.data(), name.size());
+    lua_rawget(L, index);
+    lua_Number n = lua_tonumber(L, -1);
+    if (n == 0 && lua_type(L, -1) != LUA_TNUMBER) {
+        lua_pop(L, 1);
+        utility::PushField(L, index, name.data());
+        n = utility::CheckNumber(L, -1);
+    }
     lua_pop(L, 1);
     return n;
 }
