@@ -32,8 +32,10 @@ bool LuaControlWrapperBase::InstallTimer(lua_State*, float interval, LuaFunction
     if (!table || !manager)
         return false;
     int id = manager->GetUniqueTimerID();
+    // OnDoTimerNotify's work, without the copy of the callback pointer its
+    // by-value parameter would make on every tick.
     auto notify = std::make_shared<std::function<bool(int)>>(
-        [id, callback](int firedID) { return OnDoTimerNotify(firedID, id, callback); });
+        [id, callback](int firedID) { return utility::NotifyLuaTimer(firedID, id, callback); });
     node->UI_InstallTimer(interval, id);
     node->UI_InstallTimerNotifyFunction(notify);
     table->timers[id] = notify;

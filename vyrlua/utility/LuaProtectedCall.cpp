@@ -8,8 +8,11 @@ namespace vyrlua::utility {
 
 void CallLuaFromCpp(lua_State* L, int nargs, int nresults)
 {
-    if (lua_pcall(L, nargs, nresults, 0) == 0)
-        return;
+    detail::CallLuaFromCppInline(L, nargs, nresults);
+}
+
+void detail::RaiseLuaCallError(lua_State* L)
+{
     const char* message = lua_tolstring(L, -1, nullptr);
     bool hasText = message != nullptr && *message != '\0';
     vyrcore::config::ThrowError(1, message, 0, 0, hasText, {}, {}, {}, {});

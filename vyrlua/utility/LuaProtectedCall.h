@@ -13,6 +13,8 @@ public:
     ~ScPreserveLuaStack() { lua_settop(mL, mTop); }
     ScPreserveLuaStack(const ScPreserveLuaStack&) = default;
     ScPreserveLuaStack& operator=(const ScPreserveLuaStack&) = default;
+    // The top that will be restored.
+    int Top() const { return mTop; }
 
 private:
     lua_State* mL;
@@ -23,6 +25,18 @@ private:
 // message stays on the stack and is raised as a host error
 // (vyrcore::config::ThrowError, which throws HostException with the text).
 void CallLuaFromCpp(lua_State* L, int nargs, int nresults);
+
+namespace detail {
+// CallLuaFromCpp's failure: raises the error on top of the stack as a host
+// error.
+void RaiseLuaCallError(lua_State* L);
+// CallLuaFromCpp inline, for the call-back paths that run on every event.
+inline void CallLuaFromCppInline(lua_State* L, int nargs, int nresults)
+{
+    if (lua_pcall(L, nargs, nresults, 0) != 0)
+        RaiseLuaCallError(L);
+}
+} // namespace detail
 // The same for callers that ignore the outcome: host errors are reported,
 // not thrown. Always returns 0.
 int CallLuaFromCppMaybeIgnoreErrors(lua_State* L, int nargs, int nresults);

@@ -45,9 +45,19 @@ void ThrowArgType(lua_State* L, int narg, int type)
 
 void PushForCall(lua_State* L, int ref)
 {
-    if (!lua_checkstack(L, LUA_MINSTACK))
-        throw LuaException("stack overflow (no room to call back into Lua)");
-    lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
+    PushForCallInline(L, lua_gettop(L), ref);
+}
+
+void ThrowNoRoomToCall()
+{
+    throw LuaException("stack overflow (no room to call back into Lua)");
+}
+
+void ReportCurrentException()
+{
+    // Rethrown inside the converter, so it reports exactly what it would
+    // have caught had the call run inside it (foreign exceptions included).
+    vyrcore::config::ExecuteFunctionAndConvertException([]() -> int { throw; });
 }
 
 } // namespace detail
@@ -55,11 +65,23 @@ void PushForCall(lua_State* L, int ref)
 bool NotifyLuaTimer(int firedID, int timerID,
                     const boost::shared_ptr<LuaReference<LUA_TFUNCTION>>& function)
 {
-    if (firedID != timerID || !function || function->State() == nullptr)
+    if (firedID != timerID || !function)
         return false;
-    // Called even when the function fails: the error is the script's, and
-    // the timer keeps firing.
-    CallLuaReference(function, 0, NoArguments, NoResults, OnLuaError::Report);
+    lua_State* L = function->State();
+    if (L == nullptr)
+        return false;
+    // CallLuaReference with no arguments and no results, written out: a
+    // call that succeeds leaves the stack as it found it, so only a failure
+    // has a stack to restore. Called even when the function fails: the
+    // error is the script's, and the timer keeps firing.
+    int top = lua_gettop(L);
+    try {
+        detail::PushForCallInline(L, top, function->Ref());
+        detail::CallLuaFromCppInline(L, 0, 0);
+    } catch (...) {
+        detail::ReportCurrentException();
+        lua_settop(L, top);
+    }
     return true;
 }
 

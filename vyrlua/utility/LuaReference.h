@@ -30,6 +30,20 @@ void CheckTopType(lua_State* L, int type);
 [[noreturn]] void ThrowArgType(lua_State* L, int narg, int type);
 // Makes room for a call-back and pushes the referenced value.
 void PushForCall(lua_State* L, int ref);
+[[noreturn]] void ThrowNoRoomToCall();
+// PushForCall for a stack holding `top` values. Every frame, the host's
+// outermost one included, starts with LUA_MINSTACK free slots above its
+// arguments, and they stay free while nothing is pushed: on an empty stack
+// (the event loop's case) the room is there without asking Lua.
+inline void PushForCallInline(lua_State* L, int top, int ref)
+{
+    if (top != 0 && !lua_checkstack(L, LUA_MINSTACK))
+        ThrowNoRoomToCall();
+    lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
+}
+// Called in a catch handler: hands the exception being handled, whatever
+// it is, to the host's converter, which reports it.
+void ReportCurrentException();
 } // namespace detail
 
 template <int N>
@@ -134,6 +148,11 @@ inline void NoResults(lua_State*) {}
 // and gives false, with OnLuaError::Throw it throws HostException.
 template <int N, typename PushArgs = int (*)(lua_State*),
           typename ReadResults = void (*)(lua_State*)>
+bool CallLuaReferenceIn(lua_State* L, const LuaReference<N>& reference, int nresults,
+                        PushArgs&& pushArgs, ReadResults&& readResults, OnLuaError onError);
+
+template <int N, typename PushArgs = int (*)(lua_State*),
+          typename ReadResults = void (*)(lua_State*)>
 bool CallLuaReference(const boost::shared_ptr<LuaReference<N>>& reference, int nresults,
                       PushArgs&& pushArgs = NoArguments, ReadResults&& readResults = NoResults,
                       OnLuaError onError = OnLuaError::Throw)
@@ -141,19 +160,35 @@ bool CallLuaReference(const boost::shared_ptr<LuaReference<N>>& reference, int n
     lua_State* L = reference ? reference->State() : nullptr;
     if (L == nullptr)
         return false;
+    return CallLuaReferenceIn(L, *reference, nresults, pushArgs, readResults, onError);
+}
+
+// CallLuaReference with the state the reference's locator gave (not null):
+// for callers that needed it already.
+template <int N, typename PushArgs, typename ReadResults>
+bool CallLuaReferenceIn(lua_State* L, const LuaReference<N>& reference, int nresults,
+                        PushArgs&& pushArgs, ReadResults&& readResults, OnLuaError onError)
+{
     ScPreserveLuaStack guard(L);
-    auto call = [&]() -> int {
-        detail::PushForCall(L, reference->Ref());
+    auto call = [&] {
+        detail::PushForCallInline(L, guard.Top(), reference.Ref());
         int nargs = pushArgs(L);
-        CallLuaFromCpp(L, nargs, nresults);
+        detail::CallLuaFromCppInline(L, nargs, nresults);
         readResults(L);
-        return 0;
     };
     if (onError == OnLuaError::Throw) {
         call();
         return true;
     }
-    return vyrcore::config::ExecuteFunctionAndConvertException(call) == 0;
+    // The host's converter sees only a failure: a call that succeeds builds
+    // no std::function for it.
+    try {
+        call();
+        return true;
+    } catch (...) {
+        detail::ReportCurrentException();
+        return false;
+    }
 }
 
 // A Lua timer's tick: only when the timer that fired is the one the function
