@@ -163,6 +163,31 @@ std::unique_ptr<vyrhost::HostRuntime> NewHost()
     return host;
 }
 
+void CompactRegistry(lua_State* L)
+{
+    // Growing the table past its hash part makes Lua re-lay it out, with
+    // every dense run of integer keys in the array part; the temporary keys
+    // are removed again afterwards.
+    int entries = 0;
+    lua_pushnil(L);
+    while (lua_next(L, LUA_REGISTRYINDEX) != 0) {
+        lua_pop(L, 1);
+        ++entries;
+    }
+    // Negative numbers: keys no reference uses, and never array keys.
+    int added = 2 * entries + 8;
+    for (int i = 1; i <= added; ++i) {
+        lua_pushinteger(L, -i);
+        lua_pushboolean(L, 1);
+        lua_rawset(L, LUA_REGISTRYINDEX);
+    }
+    for (int i = 1; i <= added; ++i) {
+        lua_pushinteger(L, -i);
+        lua_pushnil(L);
+        lua_rawset(L, LUA_REGISTRYINDEX);
+    }
+}
+
 void Fail(lua_State* L, const char* what)
 {
     const char* message = lua_tostring(L, -1);

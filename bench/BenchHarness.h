@@ -56,6 +56,13 @@ int Main(int argc, char** argv);
 // ---------------------------------------------------------------------------
 // Lua helpers for scenarios.
 
+// Moves the registry's integer keys (luaL_ref references) into its array
+// part. Where a reference lands depends on what was inserted before it and
+// when the table last grew, so without this one side of a pair can pay for
+// a hash-chain walk the other side is spared, which is the table's layout
+// and not either side's work.
+void CompactRegistry(lua_State* L);
+
 // The host with a fresh state and the modules the UI needs required.
 std::unique_ptr<vyrhost::HostRuntime> NewHost();
 

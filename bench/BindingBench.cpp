@@ -113,7 +113,11 @@ public:
         else
             PushRawNode(L, mNode.get());
     }
-    void Settle() override { lua_gc(L, LUA_GCCOLLECT, 0); }
+    void Settle() override
+    {
+        vyrbench::CompactRegistry(L);
+        lua_gc(L, LUA_GCCOLLECT, 0);
+    }
 
 protected:
     std::unique_ptr<vyrhost::HostRuntime> mHost;

@@ -26,7 +26,11 @@ public:
           mSurface(mSupplier->NewOffscreenSurface(width, height, true))
     {
     }
-    void Settle() override { lua_gc(L, LUA_GCCOLLECT, 0); }
+    void Settle() override
+    {
+        vyrbench::CompactRegistry(L);
+        lua_gc(L, LUA_GCCOLLECT, 0);
+    }
 
 protected:
     std::unique_ptr<vyrhost::HostRuntime> mHost;
