@@ -223,6 +223,30 @@ size_t ApiExerciser::AddValue(std::string label, ValueKind kind, std::string met
     return id;
 }
 
+bool ApiExerciser::AdoptInstance()
+{
+    const std::string kind = MetatableNameAt(-1);
+    if (kind.empty()) {
+        lua_pop(mL, 1);
+        return false;
+    }
+    mInstances[kind].push_back(AddValue(kind + " instance", ValueKind::Instance, kind));
+    return true;
+}
+
+size_t ApiExerciser::NumberValue(lua_Number n)
+{
+    auto it = mNumbers.find(n);
+    if (it != mNumbers.end())
+        return it->second;
+    char text[64];
+    std::snprintf(text, sizeof text, "%.17g", n);
+    lua_pushnumber(mL, n);
+    const size_t id = AddValue(text, ValueKind::Adversarial);
+    mNumbers.emplace(n, id);
+    return id;
+}
+
 void ApiExerciser::PushValue(size_t id)
 {
     lua_rawgeti(mL, LUA_REGISTRYINDEX, mValuesRef);
@@ -356,6 +380,25 @@ CallOutcome ApiExerciser::Call(size_t index, const std::vector<size_t>& args, bo
                             std::to_string(probe.top) + " values on its stack";
         else if (harvest)
             Harvest(index, args, top + 2, outcome.results);
+        for (int r = 0; r < outcome.results; ++r) {
+            const int at = top + 2 + r;
+            switch (lua_type(L, at)) {
+            case LUA_TNUMBER: {
+                char text[64];
+                std::snprintf(text, sizeof text, "%.17g", lua_tonumber(L, at));
+                outcome.values.emplace_back(text);
+                break;
+            }
+            case LUA_TSTRING: {
+                size_t length = 0;
+                const char* bytes = lua_tolstring(L, at, &length);
+                outcome.values.emplace_back(bytes, length);
+                break;
+            }
+            case LUA_TBOOLEAN: outcome.values.emplace_back(lua_toboolean(L, at) ? "true" : "false"); break;
+            default: outcome.values.emplace_back(lua_typename(L, lua_type(L, at)));
+            }
+        }
         for (int r = 0; r < outcome.results && r < 2 && !mStash.empty(); ++r) {
             lua_rawgeti(L, LUA_REGISTRYINDEX, mValuesRef);
             lua_pushvalue(L, top + 2 + r);

@@ -31,6 +31,8 @@ struct CallOutcome {
     bool ok = false;
     int results = 0;
     std::string error;  // the Lua error text when !ok
+    std::vector<std::string> values;  // results as text (other than strings,
+                                      // numbers and booleans: the type name)
     std::string fault;  // non-empty: a robustness violation
 };
 
@@ -138,6 +140,12 @@ public:
     void PushValue(size_t id);
     // Adds the value on top of the stack to the pool (pops it).
     size_t AddValue(std::string label, ValueKind kind, std::string metatable = {});
+    // Adds the value on top of the stack (popped) as an instance of its kind,
+    // for kinds no library call returns (objects the host hands to handlers).
+    // False, and nothing added, when it is of no named kind.
+    bool AdoptInstance();
+    // A pooled number, added on first use.
+    size_t NumberValue(lua_Number n);
 
 private:
     struct CachedBaseline {
@@ -163,6 +171,7 @@ private:
     std::map<std::string, std::vector<size_t>> mInstances;  // metatable -> ids
     std::map<std::string, Recipe> mRecipes;
     std::map<std::string, size_t> mFreshSlots;
+    std::map<lua_Number, size_t> mNumbers;
     std::map<std::string, std::vector<size_t>> mVariants;  // metatable -> released etc.
     std::map<std::pair<size_t, int>, CachedBaseline> mBaselines;
     int mValuesRef = LUA_NOREF;
