@@ -56,8 +56,14 @@ namespace {
 
 int NewBody(lua_State* L)
 {
-    boost::intrusive_ptr<LuaInputCapture> capture(new LuaInputCapture);
-    return PushInputCaptureToLua(L, capture.get());
+    // The userdata first: running out of Lua memory while pushing it must not
+    // strand a capture that nothing owns.
+    PushInputCaptureToLua(L, nullptr);
+    auto** block = static_cast<LuaInputCapture**>(lua_touserdata(L, -1));
+    auto* capture = new LuaInputCapture;
+    capture->AddUseCount();
+    *block = capture;
+    return 1;
 }
 
 int GcBody(lua_State* L)

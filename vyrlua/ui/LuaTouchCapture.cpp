@@ -53,8 +53,14 @@ namespace {
 int NewBody(lua_State* L)
 {
     int touchID = utility::CheckInt(L, 1);
-    boost::intrusive_ptr<LuaTouchCapture> capture(new LuaTouchCapture(touchID));
-    return PushTouchCaptureToLua(L, capture.get());
+    // The userdata first: running out of Lua memory while pushing it must not
+    // strand a capture that nothing owns.
+    PushTouchCaptureToLua(L, nullptr);
+    auto** block = static_cast<LuaTouchCapture**>(lua_touserdata(L, -1));
+    auto* capture = new LuaTouchCapture(touchID);
+    capture->AddUseCount();
+    *block = capture;
+    return 1;
 }
 
 int GcBody(lua_State* L)
