@@ -46,7 +46,9 @@ size_t CheckNothingWraps(ApiExerciser& exerciser, int shard, std::vector<std::st
             if (!exerciser.BaselineSucceeds(i, arity))
                 continue;
             for (int position = 1; position <= arity; ++position) {
-                std::vector<size_t> args = exerciser.Baseline(i, arity, true);
+                // One receiver for every call, so results differ only by
+                // the number at `position`.
+                const std::vector<size_t> args = exerciser.Baseline(i, arity, true);
                 lua_State* L = exerciser.State();
                 exerciser.PushValue(args[position - 1]);
                 const bool whole = lua_type(L, -1) == LUA_TNUMBER &&
@@ -56,7 +58,7 @@ size_t CheckNothingWraps(ApiExerciser& exerciser, int shard, std::vector<std::st
                 if (!whole)
                     continue;
                 auto resultsWith = [&](lua_Number n, bool* ok) {
-                    std::vector<size_t> a = exerciser.Baseline(i, arity, true);
+                    std::vector<size_t> a = args;
                     a[position - 1] = exerciser.NumberValue(n);
                     vyrtest::CallOutcome outcome = exerciser.Call(i, a);
                     if (!outcome.fault.empty())
@@ -64,10 +66,12 @@ size_t CheckNothingWraps(ApiExerciser& exerciser, int shard, std::vector<std::st
                     *ok = outcome.ok;
                     return outcome.values;
                 };
-                bool ok = false, okNext = false;
+                bool ok = false, okAgain = false, okNext = false;
                 const auto base = resultsWith(b, &ok);
+                const auto again = resultsWith(b, &okAgain);
                 const auto next = resultsWith(b + 1, &okNext);
-                if (!ok || !okNext || base == next)
+                // Only where the number decides the results, and alone.
+                if (!ok || !okAgain || !okNext || base != again || base == next)
                     continue;
                 ++checked;
                 // Wrapping shifts both: b + k gives b's results and b + 1 + k

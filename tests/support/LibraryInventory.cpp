@@ -168,8 +168,19 @@ OpenerResult Explore(const Opener& opener, std::vector<Found>& found)
     return result;
 }
 
-// Entries the host put into package.preload, as openers.
-std::vector<Opener> PreloadedOpeners()
+// The shared object that holds `function`.
+std::string ObjectOf(lua_CFunction function)
+{
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(function), &info) == 0 || info.dli_fname == nullptr)
+        return {};
+    return info.dli_fname;
+}
+
+// Entries of package.preload whose function is this library's, as openers
+// (not the host program's own, nor LuaJIT's ffi, which scripts may not
+// have and which writes into any userdata by design).
+std::vector<Opener> PreloadedOpeners(const std::string& libraryPath)
 {
     std::vector<Opener> openers;
     auto runtime = FreshRuntime();
@@ -178,7 +189,7 @@ std::vector<Opener> PreloadedOpeners()
     lua_getfield(L, -1, "preload");
     for (const std::string& name : StringKeys(L, lua_gettop(L))) {
         lua_getfield(L, -1, name.c_str());
-        if (lua_iscfunction(L, -1))
+        if (lua_iscfunction(L, -1) && ObjectOf(lua_tocfunction(L, -1)) == libraryPath)
             openers.push_back({name, {}, lua_tocfunction(L, -1)});
         lua_pop(L, 1);
     }
@@ -233,7 +244,7 @@ Inventory TakeInventory()
 {
     Inventory inventory;
     std::vector<Opener> openers = ExportedOpeners(&inventory.libraryPath);
-    for (Opener& preloaded : PreloadedOpeners()) {
+    for (Opener& preloaded : PreloadedOpeners(inventory.libraryPath)) {
         bool exported = std::any_of(openers.begin(), openers.end(), [&](const Opener& o) {
             return o.function == preloaded.function;
         });
