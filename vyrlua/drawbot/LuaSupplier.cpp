@@ -167,12 +167,12 @@ int OpenSupplierModule(lua_State* L)
     return 1;
 }
 
-int PushSupplierToLua(lua_State* L, SupplierInterface* supplier)
+namespace {
+
+// Runs protected, the supplier as its light userdata argument.
+int PushSupplierBody(lua_State* L)
 {
-    if (supplier == nullptr) {
-        lua_pushnil(L);
-        return 1;
-    }
+    auto* supplier = static_cast<SupplierInterface*>(lua_touserdata(L, 1));
     PushMetatable(L, kSupplierMetatable, RegisterSupplierMetatable);
     void* block = lua_newuserdata(L, sizeof(SupplierObject));
     // Nothing between the construction and the metatable can raise, so
@@ -181,6 +181,20 @@ int PushSupplierToLua(lua_State* L, SupplierInterface* supplier)
     lua_pushvalue(L, -2);
     lua_setmetatable(L, -2);
     lua_remove(L, -2);
+    return 1;
+}
+
+} // namespace
+
+int PushSupplierToLua(lua_State* L, SupplierInterface* supplier)
+{
+    if (supplier == nullptr) {
+        lua_pushnil(L);
+        return 1;
+    }
+    // Callers hold the supplier's and the node's owners: running out of Lua
+    // memory here must throw past them, not longjmp.
+    utility::PushFromProtectedCall(L, utility::LuaBoundary<PushSupplierBody>, supplier);
     return 1;
 }
 

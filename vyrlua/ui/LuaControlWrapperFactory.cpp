@@ -85,16 +85,38 @@ const WrapperClass& Decide(const UI_Node& node)
 
 } // namespace
 
+namespace {
+
+struct PushRequest {
+    const NodePtr* node;
+    LuaControlWrapperBase* wrapper;
+};
+
+// Runs protected: leaves the new userdata (or nil) on top.
+int PushWrapperBody(lua_State* L)
+{
+    auto* request = static_cast<PushRequest*>(lua_touserdata(L, 1));
+    const NodePtr& node = *request->node;
+    for (const LuaControlWrapperFactoryFunction& function : TheFactory().installed) {
+        // An empty function object throws std::bad_function_call.
+        if ((request->wrapper = function(node, L)))
+            return 1;
+    }
+    request->wrapper = Decide(*node).push(node, L);
+    return 1;
+}
+
+} // namespace
+
 LuaControlWrapperBase* LuaControlWrapperFactory(const NodePtr& node, lua_State* L)
 {
     if (!node)
         return nullptr;
-    for (const LuaControlWrapperFactoryFunction& function : TheFactory().installed) {
-        // An empty function object throws std::bad_function_call.
-        if (LuaControlWrapperBase* wrapper = function(node, L))
-            return wrapper;
-    }
-    return Decide(*node).push(node, L);
+    // Callers hold node pointers: running out of Lua memory while the
+    // userdata is made must throw past them, not longjmp.
+    PushRequest request{&node, nullptr};
+    utility::PushFromProtectedCall(L, utility::LuaBoundary<PushWrapperBody>, &request);
+    return request.wrapper;
 }
 
 void InstallLuaControlWrapperFactoryFunction(LuaControlWrapperFactoryFunction function)
