@@ -40,8 +40,9 @@ Block* NewObject(lua_State* L, const char* name, MetatableRegistrar registrar)
 // The block of a userdata of kind `name` at `narg`: the standard argument
 // error for anything else, "Bad user data" for one too small to be ours
 // (debug.setmetatable can give any userdata our metatable).
-template <typename Block>
-Block* CheckBlock(lua_State* L, int narg, const char* name)
+// `name` is text, or an InternedName for kinds checked on every call.
+template <typename Block, typename Name>
+Block* CheckBlock(lua_State* L, int narg, const Name& name)
 {
     void* block = utility::CheckUData(L, narg, name);
     if (lua_objlen(L, narg) < sizeof(Block))
@@ -50,8 +51,8 @@ Block* CheckBlock(lua_State* L, int narg, const char* name)
 }
 
 // The same, or null for anything that is not a whole block of that kind.
-template <typename Block>
-Block* TestBlock(lua_State* L, int narg, const char* name)
+template <typename Block, typename Name>
+Block* TestBlock(lua_State* L, int narg, const Name& name)
 {
     void* block = utility::TestUData(L, narg, name);
     return block != nullptr && lua_objlen(L, narg) >= sizeof(Block) ? static_cast<Block*>(block)

@@ -27,6 +27,8 @@ namespace {
 // Weak values: an entry goes when its surface object is collected.
 constexpr const char* kHandedOutKey = "vyrlua.drawbot.handedOutSurfaces";
 constexpr const char* kOutOfScope = "out-of-scope SurfaceInterface";
+// Every drawing call checks its surface: by interned name.
+const utility::InternedName kSurfaceName(kSurfaceMetatable);
 
 void PushHandedOutTable(lua_State* L)
 {
@@ -70,7 +72,7 @@ int GcBody(lua_State* L)
 {
     // Only full userdata are collected; the block gives back what it holds
     // (a borrowed surface's use count included: nothing else would).
-    if (auto* object = TestBlock<SurfaceObject>(L, 1, kSurfaceMetatable))
+    if (auto* object = TestBlock<SurfaceObject>(L, 1, kSurfaceName))
         ReleaseObject(*object);
     return 0;
 }
@@ -517,14 +519,14 @@ SurfaceObject* CheckSurfaceObject(lua_State* L, int narg)
     if (lua_type(L, narg) == LUA_TLIGHTUSERDATA) {
         // The light form: valid only while the block it names is alive.
         if (lua_getmetatable(L, narg)) {
-            luaL_getmetatable(L, kSurfaceMetatable);
+            utility::PushRegistryEntry(L, kSurfaceName);
             bool ours = lua_rawequal(L, -1, -2);
             lua_pop(L, 2);
             if (ours) {
                 PushHandedOutTable(L);
                 lua_pushvalue(L, narg);
                 lua_rawget(L, -2);
-                auto* object = TestBlock<SurfaceObject>(L, -1, kSurfaceMetatable);
+                auto* object = TestBlock<SurfaceObject>(L, -1, kSurfaceName);
                 lua_pop(L, 2);
                 if (object == nullptr)
                     throw utility::LuaError(kOutOfScope);
@@ -532,7 +534,7 @@ SurfaceObject* CheckSurfaceObject(lua_State* L, int narg)
             }
         }
     }
-    return CheckBlock<SurfaceObject>(L, narg, kSurfaceMetatable);
+    return CheckBlock<SurfaceObject>(L, narg, kSurfaceName);
 }
 
 SurfaceInterface* LiveSurface(SurfaceObject& object)

@@ -3,7 +3,7 @@
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
-#include <typeindex>
+#include <typeinfo>
 #include <unordered_map>
 #include <vector>
 
@@ -56,8 +56,11 @@ struct Factory {
     std::vector<LuaControlWrapperFactoryFunction> installed;
     // The class-list decision per dynamic type: the list is fixed, so the
     // answer for a type never changes, and an event dispatch costs one hash
-    // look-up however far down the list the node's class sits.
-    std::unordered_map<std::type_index, const WrapperClass*> decided;
+    // look-up however far down the list the node's class sits. Keyed by the
+    // type_info's address: hashing that is free where hashing a type_index
+    // hashes the type's name. One type may have more than one type_info
+    // (one per shared object); each then gets the same decision.
+    std::unordered_map<const std::type_info*, const WrapperClass*> decided;
 };
 
 Factory& TheFactory()
@@ -69,7 +72,7 @@ Factory& TheFactory()
 const WrapperClass& Decide(const UI_Node& node)
 {
     Factory& factory = TheFactory();
-    std::type_index type(typeid(node));
+    const std::type_info* type = &typeid(node);
     if (auto it = factory.decided.find(type); it != factory.decided.end())
         return *it->second;
     const WrapperClass* chosen = nullptr;
@@ -151,6 +154,16 @@ void PushControlMetatable(lua_State* L, const char* metatableName)
         lua_pop(L, 1);
         CreateControlMetatables(L);
         lua_getfield(L, LUA_REGISTRYINDEX, metatableName);
+    }
+}
+
+void PushControlMetatable(lua_State* L, const utility::InternedName& metatableName)
+{
+    utility::PushRegistryEntry(L, metatableName);
+    if (lua_isnil(L, -1)) {
+        lua_pop(L, 1);
+        CreateControlMetatables(L);
+        utility::PushRegistryEntry(L, metatableName);
     }
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "vyrlua/ui/LuaControlWrapperBase.h"
+#include "vyrlua/utility/LuaInternedName.h"
 
 #include <functional>
 
@@ -31,16 +32,19 @@ void CreateControlMetatables(lua_State* L);
 
 // Pushes the named wrapper metatable, creating the metatables if needed.
 void PushControlMetatable(lua_State* L, const char* metatableName);
+void PushControlMetatable(lua_State* L, const utility::InternedName& metatableName);
 
 // Pushes a userdata holding a new Wrapper(node, L) with Wrapper's metatable.
 template <typename Wrapper>
 LuaControlWrapperBase* PushControlWrapper(const NodePtr& node, lua_State* L)
 {
+    // Every push looks the metatable up by name: interned, it is not hashed.
+    static const utility::InternedName metatableName(Wrapper::GetMetatableName());
     // The block starts empty, so a failure before it is filled leaves
     // nothing for __gc to free.
     auto** block = static_cast<LuaControlWrapperBase**>(lua_newuserdata(L, sizeof(void*)));
     *block = nullptr;
-    PushControlMetatable(L, Wrapper::GetMetatableName());
+    PushControlMetatable(L, metatableName);
     lua_setmetatable(L, -2);
     LuaControlWrapperBase* wrapper = new Wrapper(node, L);
     *block = wrapper;

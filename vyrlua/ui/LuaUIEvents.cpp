@@ -4,6 +4,7 @@
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaFieldReaders.h"
+#include "vyrlua/utility/LuaStack.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 
 #include <cmath>
@@ -30,55 +31,61 @@ struct Kind;
 template <>
 struct Kind<MouseEvent> {
     static constexpr const char* kMetatable = kMouseEventMetatable;
+    static constexpr utility::InternedName kName{kMouseEventMetatable};
     static constexpr const char* kWord = "VYRUIMouseEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIMouseEvent";
 };
 template <>
 struct Kind<KeyboardEvent> {
     static constexpr const char* kMetatable = kKeyboardEventMetatable;
+    static constexpr utility::InternedName kName{kKeyboardEventMetatable};
     static constexpr const char* kWord = "VYRUIKeyboardEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIKeyboardEvent";
 };
 template <>
 struct Kind<TouchEvent> {
     static constexpr const char* kMetatable = kTouchEventMetatable;
+    static constexpr utility::InternedName kName{kTouchEventMetatable};
     static constexpr const char* kWord = "VYRUITouchEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUITouchEvent";
 };
 template <>
 struct Kind<MultiTouchEvent> {
     static constexpr const char* kMetatable = kMultiTouchEventMetatable;
+    static constexpr utility::InternedName kName{kMultiTouchEventMetatable};
     static constexpr const char* kWord = "VYRUIMultiTouchEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIMultiTouchEvent";
 };
 template <>
 struct Kind<GestureEvent> {
     static constexpr const char* kMetatable = kGestureEventMetatable;
+    static constexpr utility::InternedName kName{kGestureEventMetatable};
     static constexpr const char* kWord = "VYRUIGestureEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIGestureEvent";
 };
 
 void CreateEventMetatables(lua_State* L);
 
-void PushEventMetatable(lua_State* L, const char* name)
+// Every event pushed looks its metatable up: by interned name.
+void PushEventMetatable(lua_State* L, const utility::InternedName& name)
 {
-    lua_getfield(L, LUA_REGISTRYINDEX, name);
+    utility::PushRegistryEntry(L, name);
     if (lua_isnil(L, -1)) {
         lua_pop(L, 1);
         CreateEventMetatables(L);
-        lua_getfield(L, LUA_REGISTRYINDEX, name);
+        utility::PushRegistryEntry(L, name);
     }
 }
 
 template <typename Event>
 int PushEvent(lua_State* L, const Event& event)
 {
-    if (!lua_checkstack(L, 3))
+    if (!utility::EnsureStack(L, 3))
         throw LuaError("stack overflow (no room to push an event)");
     // The block first, empty: should anything below fail, __gc finds nothing.
     auto** block = static_cast<Event**>(lua_newuserdata(L, sizeof(Event*)));
     *block = nullptr;
-    PushEventMetatable(L, Kind<Event>::kMetatable);
+    PushEventMetatable(L, Kind<Event>::kName);
     lua_setmetatable(L, -2);
     *block = new Event(event);
     return 1;
@@ -87,14 +94,14 @@ int PushEvent(lua_State* L, const Event& event)
 template <typename Event>
 Event* TestEvent(lua_State* L, int index)
 {
-    Event** block = TestPointerBlock<Event>(L, index, Kind<Event>::kMetatable);
+    Event** block = TestPointerBlock<Event>(L, index, Kind<Event>::kName);
     return block ? *block : nullptr;
 }
 
 template <typename Event>
 Event& CheckEvent(lua_State* L, int index)
 {
-    Event* event = *CheckPointerBlock<Event>(L, index, Kind<Event>::kMetatable);
+    Event* event = *CheckPointerBlock<Event>(L, index, Kind<Event>::kName);
     if (!event)
         throw LuaError(std::string("out-of-scope ") + Kind<Event>::kWord);
     return *event;
@@ -110,7 +117,7 @@ std::unique_ptr<Event> CopyEvent(lua_State* L, int index)
 template <typename Event>
 int GcBody(lua_State* L)
 {
-    if (Event** block = TestPointerBlock<Event>(L, 1, Kind<Event>::kMetatable)) {
+    if (Event** block = TestPointerBlock<Event>(L, 1, Kind<Event>::kName)) {
         Event* event = *block;
         *block = nullptr;
         delete event;
@@ -121,7 +128,7 @@ int GcBody(lua_State* L)
 template <typename Event>
 int ToStringBody(lua_State* L)
 {
-    Event* event = *CheckPointerBlock<Event>(L, 1, Kind<Event>::kMetatable);
+    Event* event = *CheckPointerBlock<Event>(L, 1, Kind<Event>::kName);
     lua_pushfstring(L, "%s(%p)", Kind<Event>::kWord, static_cast<void*>(event));
     return 1;
 }

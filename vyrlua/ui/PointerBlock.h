@@ -9,8 +9,9 @@ namespace vyrlua::ui {
 
 // The block of the value at `narg` when it is a userdata of kind `tname`
 // one pointer wide; null otherwise.
-template <typename T>
-T** TestPointerBlock(lua_State* L, int narg, const char* tname)
+// `tname` is the metatable's name: text, or an InternedName.
+template <typename T, typename Name>
+T** TestPointerBlock(lua_State* L, int narg, const Name& tname)
 {
     void* block = utility::TestUData(L, narg, tname);
     return block && lua_objlen(L, narg) == sizeof(T*) ? static_cast<T**>(block) : nullptr;
@@ -19,8 +20,8 @@ T** TestPointerBlock(lua_State* L, int narg, const char* tname)
 // The same, failing with the standard argument error ("tname expected, got
 // userdata") for a value of another kind, and with "Bad user data" for a
 // block of the wrong size under the kind's metatable.
-template <typename T>
-T** CheckPointerBlock(lua_State* L, int narg, const char* tname)
+template <typename T, typename Name>
+T** CheckPointerBlock(lua_State* L, int narg, const Name& tname)
 {
     void* block = utility::CheckUData(L, narg, tname);
     if (lua_objlen(L, narg) != sizeof(T*))

@@ -107,30 +107,76 @@ void CheckAny(lua_State* L, int narg)
         ThrowArgError(narg, "value expected");
 }
 
-void* TestUData(lua_State* L, int narg, const char* tname)
+namespace {
+
+void PushRegistryName(lua_State* L, const char* tname)
+{
+    lua_getfield(L, LUA_REGISTRYINDEX, tname);
+}
+
+void PushRegistryName(lua_State* L, const InternedName& tname)
+{
+    PushRegistryEntry(L, tname);
+}
+
+const char* NameText(const char* tname)
+{
+    return tname;
+}
+
+const char* NameText(const InternedName& tname)
+{
+    return tname.CStr();
+}
+
+template <typename Name>
+void* TestUDataOf(lua_State* L, int narg, const Name& tname)
 {
     void* p = lua_touserdata(L, narg);
     if (p == nullptr || lua_type(L, narg) != LUA_TUSERDATA || !lua_getmetatable(L, narg))
         return nullptr;
-    lua_getfield(L, LUA_REGISTRYINDEX, tname);
+    PushRegistryName(L, tname);
     bool same = lua_rawequal(L, -1, -2);
     lua_pop(L, 2);
     return same && lua_objlen(L, narg) >= sizeof(void*) ? p : nullptr;
 }
 
-void* CheckUData(lua_State* L, int narg, const char* tname)
+template <typename Name>
+void* CheckUDataOf(lua_State* L, int narg, const Name& tname)
 {
-    void* p = TestUData(L, narg, tname);
+    void* p = TestUDataOf(L, narg, tname);
     if (p != nullptr)
         return p;
     if (lua_type(L, narg) == LUA_TUSERDATA && lua_getmetatable(L, narg)) {
-        lua_getfield(L, LUA_REGISTRYINDEX, tname);
+        PushRegistryName(L, tname);
         bool same = lua_rawequal(L, -1, -2);
         lua_pop(L, 2);
         if (same)
             throw LuaError("Bad user data");
     }
-    ThrowTypeError(L, narg, tname);
+    ThrowTypeError(L, narg, NameText(tname));
+}
+
+} // namespace
+
+void* TestUData(lua_State* L, int narg, const char* tname)
+{
+    return TestUDataOf(L, narg, tname);
+}
+
+void* CheckUData(lua_State* L, int narg, const char* tname)
+{
+    return CheckUDataOf(L, narg, tname);
+}
+
+void* TestUData(lua_State* L, int narg, const InternedName& tname)
+{
+    return TestUDataOf(L, narg, tname);
+}
+
+void* CheckUData(lua_State* L, int narg, const InternedName& tname)
+{
+    return CheckUDataOf(L, narg, tname);
 }
 
 } // namespace vyrlua::utility

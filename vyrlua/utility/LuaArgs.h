@@ -4,6 +4,7 @@
 #pragma once
 
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaInternedName.h"
 
 #include <string_view>
 
@@ -42,5 +43,9 @@ void* CheckUData(lua_State* L, int narg, const char* tname);
 // The userdata's block if its metatable is the registry's `tname` and it is
 // at least a pointer wide, else null.
 void* TestUData(lua_State* L, int narg, const char* tname);
+// The same for names checked on every call: the registry look-up hashes no
+// text.
+void* CheckUData(lua_State* L, int narg, const InternedName& tname);
+void* TestUData(lua_State* L, int narg, const InternedName& tname);
 
 } // namespace vyrlua::utility

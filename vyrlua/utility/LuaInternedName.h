@@ -9,14 +9,15 @@
 #include "vyrlua/utility/LuaApi.h"
 
 #include <cstddef>
+#include <string_view>
 
 namespace vyrlua::utility {
 
 class InternedName {
 public:
-    // `text` must outlive the object (a string literal).
-    template <std::size_t N>
-    constexpr explicit InternedName(const char (&text)[N]) : mText(text), mLength(N - 1)
+    // `text` must end in a NUL and outlive the object (a string literal).
+    constexpr explicit InternedName(std::string_view text)
+        : mText(text.data()), mLength(text.size())
     {
     }
     InternedName(const InternedName&) = delete;
