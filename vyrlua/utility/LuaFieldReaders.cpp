@@ -22,16 +22,35 @@ int IndexValue(lua_State* L)
     return 1;
 }
 
-} // namespace
+void PushKey(lua_State* L, const char* name)
+{
+    lua_pushstring(L, name);
+}
 
-void PushField(lua_State* L, int index, const char* name)
+void PushKey(lua_State* L, const InternedName& name)
+{
+    PushName(L, name);
+}
+
+const char* KeyText(const char* name)
+{
+    return name;
+}
+
+const char* KeyText(const InternedName& name)
+{
+    return name.CStr();
+}
+
+template <typename Name>
+void PushFieldOf(lua_State* L, int index, const Name& name)
 {
     index = AbsoluteIndex(L, index);
     if (lua_type(L, index) == LUA_TTABLE) {
         // A field the table holds is what lua_getfield finds too, metatable
         // or not: only a missing one can reach __index. Value tables carry
         // the scripts' metatables, so this is the common case.
-        lua_pushstring(L, name);
+        PushKey(L, name);
         lua_rawget(L, index);
         if (!lua_isnil(L, -1) || !lua_getmetatable(L, index))
             return;
@@ -39,13 +58,26 @@ void PushField(lua_State* L, int index, const char* name)
     }
     lua_pushcfunction(L, IndexValue);
     lua_pushvalue(L, index);
-    lua_pushstring(L, name);
+    PushKey(L, name);
     if (lua_pcall(L, 2, 1, 0) != 0) {
         const char* text = lua_tostring(L, -1);
-        std::string message = text != nullptr ? text : "error reading field '" + std::string(name) + "'";
+        std::string message =
+            text != nullptr ? text : "error reading field '" + std::string(KeyText(name)) + "'";
         lua_pop(L, 1);
         throw LuaException(message);
     }
+}
+
+} // namespace
+
+void PushField(lua_State* L, int index, const char* name)
+{
+    PushFieldOf(L, index, name);
+}
+
+void PushField(lua_State* L, int index, const InternedName& name)
+{
+    PushFieldOf(L, index, name);
 }
 
 bool GetBoolField(lua_State* L, int index, const char* name)

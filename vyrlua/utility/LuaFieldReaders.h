@@ -3,6 +3,7 @@
 #pragma once
 
 #include "vyrlua/utility/LuaApi.h"
+#include "vyrlua/utility/LuaInternedName.h"
 
 #include <string>
 
@@ -13,6 +14,8 @@ namespace vyrlua::utility {
 // erroring __index (or indexing a non-table) throws LuaException with Lua's
 // message instead of unwinding through the caller. Pseudo-indices are fine.
 void PushField(lua_State* L, int index, const char* name);
+// The same with an interned name (one looked up on every call).
+void PushField(lua_State* L, int index, const InternedName& name);
 
 // The field's truth: nil and false give false, any other value true.
 bool GetBoolField(lua_State* L, int index, const char* name);

@@ -31,10 +31,8 @@ void CheckTopType(lua_State* L, int type);
 // Makes room for a call-back and pushes the referenced value.
 void PushForCall(lua_State* L, int ref);
 [[noreturn]] void ThrowNoRoomToCall();
-// PushForCall for a stack holding `top` values. Every frame, the host's
-// outermost one included, starts with LUA_MINSTACK free slots above its
-// arguments, and they stay free while nothing is pushed: on an empty stack
-// (the event loop's case) the room is there without asking Lua.
+// PushForCall for a stack holding `top` values. On an empty stack (the
+// event loop's case) the room is there without asking Lua (EnsureStack).
 inline void PushForCallInline(lua_State* L, int top, int ref)
 {
     if (top != 0 && !lua_checkstack(L, LUA_MINSTACK))

@@ -4,57 +4,76 @@
 #include "vyrlua/utility/LuaException.h"
 #include "vyrlua/utility/LuaFieldReaders.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
+#include "vyrlua/utility/LuaStack.h"
 
-#include <string_view>
 #include <type_traits>
 
 namespace vyrlua::drawbot {
 
 namespace {
 
+// The constructor globals, looked up on every push (a script may replace
+// them): by interned name.
+const utility::InternedName kPointConstructor("vyrlua_CreateNewPointF32");
+const utility::InternedName kRectConstructor("vyrlua_CreateNewRectF32");
+const utility::InternedName kColorConstructor("vyrlua_CreateNewRGBA");
+const utility::InternedName kMatrixConstructor("vyrlua_CreateNewMatrixF32");
+
 // Finds the constructor global `name` and makes room for its arguments. The
 // look-up honours a metatable on the globals table (a "strict" script may
 // raise there) without unwinding through the caller.
-void PushConstructor(lua_State* L, const char* name, int nargs)
+void PushConstructor(lua_State* L, const utility::InternedName& name, int nargs)
 {
-    if (!lua_checkstack(L, nargs + 1))
+    if (!utility::EnsureStack(L, nargs + 1))
         throw utility::LuaException("stack overflow (no room to build a value)");
     utility::PushField(L, LUA_GLOBALSINDEX, name);
 }
 
 // Calls the constructor global `name` with the values as numbers.
 template <typename... Numbers>
-int Construct(lua_State* L, const char* name, Numbers... values)
+int Construct(lua_State* L, const utility::InternedName& name, Numbers... values)
 {
     PushConstructor(L, name, sizeof...(values));
     (lua_pushnumber(L, static_cast<lua_Number>(values)), ...);
-    utility::CallLuaFromCpp(L, sizeof...(values), 1);
+    utility::detail::CallLuaFromCppInline(L, sizeof...(values), 1);
     return 1;
 }
 
 template <typename... Ints>
-int ConstructIntegers(lua_State* L, const char* name, Ints... values)
+int ConstructIntegers(lua_State* L, const utility::InternedName& name, Ints... values)
 {
     PushConstructor(L, name, sizeof...(values));
     (lua_pushinteger(L, static_cast<lua_Integer>(values)), ...);
-    utility::CallLuaFromCpp(L, sizeof...(values), 1);
+    utility::detail::CallLuaFromCppInline(L, sizeof...(values), 1);
     return 1;
 }
 
+// The fields read from every point, rectangle and colour: interned, so a
+// read hashes no text.
+const utility::InternedName kX("x");
+const utility::InternedName kY("y");
+const utility::InternedName kTop("top");
+const utility::InternedName kLeft("left");
+const utility::InternedName kHeight("height");
+const utility::InternedName kWidth("width");
+const utility::InternedName kRed("red");
+const utility::InternedName kGreen("green");
+const utility::InternedName kBlue("blue");
+const utility::InternedName kAlpha("alpha");
+
 // Reads one numeric field of the table at `index` (absolute, checked to be
 // a table).
-// `name` is a literal: its length is known here, and it ends in a NUL.
-lua_Number NumberField(lua_State* L, int index, std::string_view name)
+lua_Number NumberField(lua_State* L, int index, const utility::InternedName& name)
 {
     // A number held by the table itself is what PushField and CheckNumber
     // would give; anything else (a missing field that __index may supply, a
     // numeric string, a wrong type) takes that full path.
-    lua_pushlstring(L, name.data(), name.size());
+    utility::PushName(L, name);
     lua_rawget(L, index);
     lua_Number n = lua_tonumber(L, -1);
     if (n == 0 && lua_type(L, -1) != LUA_TNUMBER) {
         lua_pop(L, 1);
-        utility::PushField(L, index, name.data());
+        utility::PushField(L, index, name);
         n = utility::CheckNumber(L, -1);
     }
     lua_pop(L, 1);
@@ -82,8 +101,8 @@ void ReadPoint(lua_State* L, int index, PointT<T>& point)
 {
     index = Absolute(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
-    point.x = Narrow<T>(NumberField(L, index, "x"));
-    point.y = Narrow<T>(NumberField(L, index, "y"));
+    point.x = Narrow<T>(NumberField(L, index, kX));
+    point.y = Narrow<T>(NumberField(L, index, kY));
 }
 
 template <typename T>
@@ -91,44 +110,44 @@ void ReadRect(lua_State* L, int index, RectT<T>& rect)
 {
     index = Absolute(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
-    rect.top = Narrow<T>(NumberField(L, index, "top"));
-    rect.left = Narrow<T>(NumberField(L, index, "left"));
-    rect.height = Narrow<T>(NumberField(L, index, "height"));
-    rect.width = Narrow<T>(NumberField(L, index, "width"));
+    rect.top = Narrow<T>(NumberField(L, index, kTop));
+    rect.left = Narrow<T>(NumberField(L, index, kLeft));
+    rect.height = Narrow<T>(NumberField(L, index, kHeight));
+    rect.width = Narrow<T>(NumberField(L, index, kWidth));
 }
 
 } // namespace
 
 int PushPointF32ToLua(lua_State* L, const PointT<float>& point)
 {
-    return Construct(L, "vyrlua_CreateNewPointF32", point.x, point.y);
+    return Construct(L, kPointConstructor, point.x, point.y);
 }
 
 int PushPoint32ToLua(lua_State* L, const PointT<int>& point)
 {
-    return ConstructIntegers(L, "vyrlua_CreateNewPointF32", point.x, point.y);
+    return ConstructIntegers(L, kPointConstructor, point.x, point.y);
 }
 
 int PushRectF32ToLua(lua_State* L, const RectT<float>& rect)
 {
-    return Construct(L, "vyrlua_CreateNewRectF32", rect.left, rect.top, rect.width, rect.height);
+    return Construct(L, kRectConstructor, rect.left, rect.top, rect.width, rect.height);
 }
 
 int PushRect32ToLua(lua_State* L, const RectT<int>& rect)
 {
-    return ConstructIntegers(L, "vyrlua_CreateNewRectF32", rect.left, rect.top, rect.width,
+    return ConstructIntegers(L, kRectConstructor, rect.left, rect.top, rect.width,
                              rect.height);
 }
 
 int PushColorRGBAToLua(lua_State* L, const vyrui::drawbot::ColorRGBA& color)
 {
-    return Construct(L, "vyrlua_CreateNewRGBA", color.red, color.green, color.blue, color.alpha);
+    return Construct(L, kColorConstructor, color.red, color.green, color.blue, color.alpha);
 }
 
 int PushMatrixF32ToLua(lua_State* L, const MatrixT<float>& matrix)
 {
     const auto& m = matrix.m;
-    return Construct(L, "vyrlua_CreateNewMatrixF32", m[0], m[1], m[2], m[3], m[4], m[5], m[6],
+    return Construct(L, kMatrixConstructor, m[0], m[1], m[2], m[3], m[4], m[5], m[6],
                      m[7], m[8]);
 }
 
@@ -156,10 +175,10 @@ void GetColorRGBAFromLua(lua_State* L, int index, vyrui::drawbot::ColorRGBA& col
 {
     index = Absolute(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
-    color.red = utility::ToFloat(NumberField(L, index, "red"));
-    color.green = utility::ToFloat(NumberField(L, index, "green"));
-    color.blue = utility::ToFloat(NumberField(L, index, "blue"));
-    color.alpha = utility::ToFloat(NumberField(L, index, "alpha"));
+    color.red = utility::ToFloat(NumberField(L, index, kRed));
+    color.green = utility::ToFloat(NumberField(L, index, kGreen));
+    color.blue = utility::ToFloat(NumberField(L, index, kBlue));
+    color.alpha = utility::ToFloat(NumberField(L, index, kAlpha));
 }
 
 void GetMatrixF32FromLua(lua_State* L, int index, MatrixT<float>& matrix)
