@@ -5,12 +5,14 @@
 // they were, and the same scenario succeeds when run again without the
 // fault.
 #include "support/ApiExerciser.h"
+#include "support/HostActions.h"
 #include "support/LuaFixture.h"
 
 #include "app/HostRuntime.h"
 #include "vyrcore/config.h"
 #include "vyrcore/string.h"
 #include "vyrlua/utility/LuaReference.h"
+#include "vyrui/EventLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -185,6 +187,7 @@ protected:
 
 constexpr size_t kStartupCap = 4000;
 constexpr size_t kPerCallCap = 400;
+constexpr size_t kScenarioCap = 6000;
 
 // The host's whole start-up with the k-th allocation failing: it either
 // completes or throws, and the kernel is free for the next state.
@@ -327,6 +330,94 @@ TEST_F(AllocationFailure, EveryValidCallFailsCleanlyAtEveryAllocation)
     }
     std::printf("allocation failure: %zu callables, %zu failure points tried, %zu failing\n",
                 callables, points, failing);
+}
+
+// A script as a person writes one (a window, a node with a handler and a
+// timer, text work, an offscreen surface), then the host firing its timers,
+// dispatching clicks and rendering, with each growing allocation of all that
+// failing in turn, handlers included. Errors in the script mention memory;
+// errors in handlers reach the host's error service and mention memory too;
+// the state is checked and closed after each run.
+TEST_F(AllocationFailure, AScriptAndItsCallbacksFailCleanlyAtEveryAllocation)
+{
+    if (!MakeRuntime())
+        GTEST_SKIP() << KzKernel_LuaName()
+                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
+                        "allocation failure is tested under PUC Lua";
+    static constexpr char kScript[] = R"(
+        require 'vyrlua.vyrcontrols'
+        local function rect(l, t, w, h) return vyrlua_CreateNewRectF32(l, t, w, h) end
+        window = vyrcontrols.NewWindow()
+        window:UI_SetLocalRectF(rect(0, 0, 100, 50))
+        local node = vyrcontrols.NewNode()
+        node:UI_SetLocalRectF(rect(10, 10, 20, 20))
+        window:ChildPushBack(node)
+        node:BindVyrOperation('OnDoMouseEvent', function(e, self)
+          local words = {}
+          for i = 1, 8 do words[i] = vyrString.ToUpper('click ' .. i) end
+          return #words > 0
+        end)
+        node:UI_InstallTimer(0.1, function()
+          ticks = (ticks or 0) + 1
+          local s = vyrString.ReplaceB('tick tock ' .. ticks, 't', 'T')
+        end)
+        local parts = {}
+        for i = 1, 8 do parts[i] = vyrString.Trim('  part ' .. i .. '  ') end
+        local key, value = vyrString.MatchB('key=value', '([a-z]+)=([a-z]+)')
+        local supplier = node:UI_GetDrawSupplier()
+        if supplier then surface = supplier:CreateOffscreenSurface(8, 8, true) end
+        return table.concat(parts, ',') .. key .. value)";
+
+    size_t tried = 0, scriptFailures = 0, handlerFailures = 0;
+    std::vector<std::string> failures = InChild([&] {
+        std::vector<std::string> found;
+        size_t k = 1;
+        for (; k <= kScenarioCap; ++k) {
+            auto runtime = MakeRuntime();
+            if (!runtime)
+                return std::vector<std::string>{"no state for allocation " + std::to_string(k)};
+            lua_State* L = runtime->State();
+            reports.clear();
+            allocator.Arm(k);
+            std::string error;
+            if (luaL_loadbuffer(L, kScript, sizeof kScript - 1, "=script") != 0 ||
+                lua_pcall(L, 0, 0, 0) != 0)
+                error = lua_isstring(L, -1) ? lua_tostring(L, -1) : "(not a string)";
+            lua_settop(L, 0);
+            for (const vyrtest::HostAction& action : vyrtest::HostActions())
+                action.run(runtime->Application(), 3);
+            runtime->Application().GetEventLoop().RunFor(0.5);
+            const bool injected = allocator.growing >= k;
+            allocator.Disarm();
+            const std::string at = "allocation " + std::to_string(k) + ": ";
+            if (!error.empty()) {
+                ++scriptFailures;
+                if (!MentionsMemory(error))
+                    found.push_back(at + "the script failed with " + error);
+            }
+            for (const std::string& report : reports) {
+                ++handlerFailures;
+                if (!MentionsMemory(report))
+                    found.push_back(at + "a handler failed with " + report);
+            }
+            if (lua_gettop(L) != 0)
+                found.push_back(at + "the stack was left with values");
+            if (luaL_dostring(L, "return pcall(error, 'x')") != 0)
+                found.push_back(at + "the state no longer runs");
+            runtime.reset();
+            if (!injected)
+                break;
+            ++tried;
+        }
+        if (k > kScenarioCap)
+            found.push_back("the scenario needs more allocations than the cap");
+        std::printf("script and call-backs: %zu allocation failure points tried, %zu script "
+                    "errors, %zu handler errors reported\n",
+                    tried, scriptFailures, handlerFailures);
+        return found;
+    });
+    for (const std::string& f : failures)
+        ADD_FAILURE() << f;
 }
 
 // ---------------------------------------------------------------------------
