@@ -8,17 +8,27 @@
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrui/ui/UI_Node.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 #include <string>
 #include <vector>
 
 namespace {
 
-// C++ heap bytes requested while counting; the whole program's operator new
-// goes through here.
+// C++ heap bytes held (usable size of each block) by what was allocated
+// while counting; the whole program's operator new and delete go through
+// here.
 bool gCounting = false;
-std::size_t gNewBytes = 0;
+long long gHeapBytes = 0;
+
+void Release(void* p) noexcept
+{
+    if (gCounting && p != nullptr)
+        gHeapBytes -= static_cast<long long>(malloc_usable_size(p));
+    std::free(p);
+}
 
 } // namespace
 
@@ -26,21 +36,22 @@ std::size_t gNewBytes = 0;
 // with the malloc and free inside and call them mismatched.
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
+    void* p = std::malloc(size == 0 ? 1 : size);
+    if (p == nullptr)
+        throw std::bad_alloc();
     if (gCounting)
-        gNewBytes += size;
-    if (void* p = std::malloc(size == 0 ? 1 : size))
-        return p;
-    throw std::bad_alloc();
+        gHeapBytes += static_cast<long long>(malloc_usable_size(p));
+    return p;
 }
 
 [[gnu::noinline]] void operator delete(void* p) noexcept
 {
-    std::free(p);
+    Release(p);
 }
 
 [[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept
 {
-    std::free(p);
+    Release(p);
 }
 
 namespace {
@@ -49,8 +60,8 @@ using vyrbench::AddCase;
 using vyrbench::Meter;
 using vyrbench::Scenario;
 
-// Every module a script can require: the library's exported openers and
-// what the host preloads.
+// Every module of the library a script can require: its exported openers
+// and the ones it preloads (not the host program's, nor the Lua's own).
 std::vector<std::string> ModuleNames()
 {
     std::vector<std::string> names;
@@ -63,8 +74,11 @@ std::vector<std::string> ModuleNames()
     lua_pushnil(L);
     while (lua_next(L, -2) != 0) {
         lua_pop(L, 1);
-        if (lua_type(L, -1) == LUA_TSTRING)
-            names.emplace_back(lua_tostring(L, -1));
+        if (lua_type(L, -1) != LUA_TSTRING)
+            continue;
+        std::string name = lua_tostring(L, -1);
+        if (name.rfind("vyrlua.", 0) == 0 && std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
     }
     return names;
 }
@@ -95,30 +109,30 @@ private:
     std::vector<std::string> mModules;
 };
 
-// Bytes per wrapped node: many wrappers of one node, kept in a table sized
-// beforehand, with the collector stopped; Lua's count and the C++ heap
-// requests before and after.
+// Bytes a wrapped node keeps: many wrappers of one node held in a table
+// sized beforehand; after full collections before and after (so garbage
+// made on the way does not count), Lua's count and the C++ heap blocks
+// still held.
 class WrapperMemory : public Scenario {
 public:
     static constexpr int kCount = 1000;
 
     WrapperMemory() : mHost(vyrbench::NewHost()), L(mHost->State()), mNode(new vyrui::ui::UI_Node("n"))
     {
-        lua_gc(L, LUA_GCCOLLECT, 0);
-        lua_gc(L, LUA_GCSTOP, 0);
         lua_createtable(L, kCount, 0);
+        lua_gc(L, LUA_GCCOLLECT, 0);
         double luaBefore = LuaBytes();
-        gNewBytes = 0;
+        gHeapBytes = 0;
         gCounting = true;
         for (int i = 1; i <= kCount; ++i) {
             vyrlua::ui::LuaControlWrapperFactory(mNode, L);
             lua_rawseti(L, -2, i);
         }
+        lua_gc(L, LUA_GCCOLLECT, 0);
         gCounting = false;
         mLuaBytes = (LuaBytes() - luaBefore) / kCount;
-        mHeapBytes = static_cast<double>(gNewBytes) / kCount;
+        mHeapBytes = static_cast<double>(gHeapBytes) / kCount;
         lua_pop(L, 1);
-        lua_gc(L, LUA_GCRESTART, 0);
         lua_gc(L, LUA_GCCOLLECT, 0);
     }
     void Run(std::int64_t n, Meter&) override
