@@ -4,6 +4,7 @@
 #include "support/LuaFixture.h"
 
 #include "vyrcore/config.h"
+#include "vyrcore/InitializerRegistrar.h"
 #include "vyrcore/debug.h"
 #include "vyrcrashreporter/CrashReporter.h"
 #include "vyrlua/exo/src/LuaAppPaths.h"
@@ -252,4 +253,31 @@ TEST(CommonScriptsDirTest, OverrideSubfolderAndRecompute)
               (root / "sub").string());
     vyr::lua::utility::SetCommonLuaScriptsDirOverride(1, Dir());
     vyr::lua::utility::GetCommonLuaScriptsDir("", true);
+}
+
+TEST(InitializerRegistrarTest, WrapperStepTracesWithTheApplication)
+{
+    const std::vector<std::string> names = vyrcore::InitializerRegistrar::Names();
+    EXPECT_NE(std::find(names.begin(), names.end(), "LuaControlWrapper"), names.end());
+    const std::string log = ::testing::TempDir() + "initializer_trace.log";
+    std::remove(log.c_str());
+    ASSERT_TRUE(vyrcore::debug::SetLogFile(log));
+    vyrcore::debug::SetLevel("vyrlua", vyrcore::debug::Level::Trace);
+    static int late = 0;
+    {
+        exo::app::App app;
+        // A step registered while the host runs is initialised at once and
+        // terminated when it goes away.
+        vyrcore::InitializerRegistrar lateStep("late", [] { late += 1; }, [] { late += 10; });
+        EXPECT_EQ(late, 1);
+    }
+    EXPECT_EQ(late, 11);
+    vyrcore::debug::SetLevel("vyrlua", vyrcore::debug::Level::Warning);
+    { exo::app::App quiet; }
+    vyrcore::debug::SetLogFile("");
+    std::ifstream in(log);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(text,
+              "[vyrlua] trace: LuaControlWrapperInitializerRegistrar::LuaControlWrapperInitializerRegistrar\n"
+              "[vyrlua] trace: LuaControlWrapperInitializerRegistrar::~LuaControlWrapperInitializerRegistrar\n");
 }

@@ -3,6 +3,8 @@
 #include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaInternedName.h"
+#include "vyrcore/InitializerRegistrar.h"
+#include "vyrcore/debug.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <memory>
@@ -88,5 +90,21 @@ LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
     auto** block = static_cast<LuaControlWrapperBase**>(lua_touserdata(L, index));
     return block ? *block : nullptr;
 }
+
+namespace {
+
+void TraceWrapperStep(const char* line)
+{
+    if (vyrcore::debug::TraceEnabled("vyrlua"))
+        vyrcore::debug::Trace("vyrlua", line);
+}
+
+// The wrappers' start-up step: nothing to set up beyond saying so.
+const vyrcore::InitializerRegistrar gLuaControlWrapperInitializer(
+    "LuaControlWrapper",
+    [] { TraceWrapperStep("LuaControlWrapperInitializerRegistrar::LuaControlWrapperInitializerRegistrar"); },
+    [] { TraceWrapperStep("LuaControlWrapperInitializerRegistrar::~LuaControlWrapperInitializerRegistrar"); });
+
+} // namespace
 
 } // namespace vyrlua::ui

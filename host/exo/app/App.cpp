@@ -1,5 +1,6 @@
 #include "exo/app/App.h"
 
+#include "vyrcore/InitializerRegistrar.h"
 #include "vyrcore/config.h"
 #include "vyrui/EventLoop.h"
 
@@ -45,10 +46,12 @@ App::App()
     App* expected = nullptr;
     if (!gApp.compare_exchange_strong(expected, this))
         throw vyrcore::config::HostException("an application object already exists");
+    vyrcore::InitializerRegistrar::InitializeAll();
 }
 
 App::~App()
 {
+    vyrcore::InitializerRegistrar::TerminateAll();
     App* expected = this;
     gApp.compare_exchange_strong(expected, nullptr);
 }
