@@ -28,7 +28,7 @@ options:
   --resources DIR        serve the host's Lua resources from DIR
   --embedded-last        look for resource-held modules after Lua files on disk
   --translations FILE    load a translation table for localised texts
-  --trace SPEC           log levels by category, e.g. vyrlua=trace,LuaCrashReporter=info
+  --trace LEVELS         log levels by category, e.g. vyrlua=trace,LuaCrashReporter=info
                          (default: the VYRLUA_TRACE environment variable)
   --log-file FILE        write log lines to FILE instead of stderr
   --crash-report FILE    on a fatal signal, write a crash report to FILE
@@ -92,7 +92,7 @@ int ParseOptions(int argc, char** argv, Options& options)
                 return Fail("--translations needs a file");
         } else if (option == "--trace") {
             if (!value(options.trace))
-                return Fail("--trace needs a specification");
+                return Fail("--trace needs levels, e.g. vyrlua=trace");
         } else if (option == "--log-file") {
             if (!value(options.logFile))
                 return Fail("--log-file needs a file");

@@ -96,13 +96,13 @@ void Trace(std::string_view category, std::string_view text)
     Log(category, Level::Trace, text);
 }
 
-bool ConfigureLevels(std::string_view spec, std::string* error)
+bool ConfigureLevels(std::string_view levels, std::string* error)
 {
     std::vector<std::pair<std::string, Level>> parsed;
-    while (!spec.empty()) {
-        size_t comma = spec.find(',');
-        std::string_view entry = spec.substr(0, comma);
-        spec = comma == std::string_view::npos ? std::string_view() : spec.substr(comma + 1);
+    while (!levels.empty()) {
+        size_t comma = levels.find(',');
+        std::string_view entry = levels.substr(0, comma);
+        levels = comma == std::string_view::npos ? std::string_view() : levels.substr(comma + 1);
         if (entry.empty())
             continue;
         size_t equals = entry.find('=');

@@ -24,7 +24,7 @@ void Trace(std::string_view category, std::string_view text);
 // Reads levels from text like "vyrlua=trace,LuaCrashReporter=info" (the
 // host program passes its option or the VYRLUA_TRACE variable). Returns false
 // and leaves the levels unchanged on a malformed entry.
-bool ConfigureLevels(std::string_view spec, std::string* error = nullptr);
+bool ConfigureLevels(std::string_view levels, std::string* error = nullptr);
 
 // Sends log lines to a file (appending) instead of stderr; an empty path
 // returns to stderr. Returns false when the file cannot be opened.

@@ -151,6 +151,6 @@ TEST(LoggingTest, LevelsAndConfiguration)
     std::string error;
     EXPECT_FALSE(debug::ConfigureLevels("cat.c=trace,cat.a=loud", &error));
     EXPECT_EQ(error, "bad trace entry 'cat.a=loud' (expected category=error|warning|info|trace)");
-    EXPECT_FALSE(debug::TraceEnabled("cat.c")); // nothing applied from a bad spec
+    EXPECT_FALSE(debug::TraceEnabled("cat.c")); // nothing applied from a bad list
     debug::SetLevel("cat.a", debug::Level::Warning);
 }
