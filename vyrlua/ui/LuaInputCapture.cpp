@@ -36,15 +36,7 @@ void LuaInputCapture::OnCaptureEnd(bool cancelled)
 
 int PushInputCaptureToLua(lua_State* L, LuaInputCapture* capture)
 {
-    auto** block = static_cast<LuaInputCapture**>(lua_newuserdata(L, sizeof(LuaInputCapture*)));
-    *block = nullptr;
-    luaL_getmetatable(L, kInputCaptureMetatable);
-    lua_setmetatable(L, -2);
-    if (capture) {
-        capture->AddUseCount();
-        *block = capture;
-    }
-    return 1;
+    return PushPointerBlock(L, capture, kInputCaptureMetatable);
 }
 
 LuaInputCapture* CheckInputCapture(lua_State* L, int narg)
@@ -56,25 +48,12 @@ namespace {
 
 int NewBody(lua_State* L)
 {
-    // The userdata first: running out of Lua memory while pushing it must not
-    // strand a capture that nothing owns.
-    PushInputCaptureToLua(L, nullptr);
-    auto** block = static_cast<LuaInputCapture**>(lua_touserdata(L, -1));
-    auto* capture = new LuaInputCapture;
-    capture->AddUseCount();
-    *block = capture;
-    return 1;
+    return PushNewPointerBlock<LuaInputCapture>(L, kInputCaptureMetatable);
 }
 
 int GcBody(lua_State* L)
 {
-    if (LuaInputCapture** block = TestPointerBlock<LuaInputCapture>(L, 1, kInputCaptureMetatable)) {
-        LuaInputCapture* capture = *block;
-        *block = nullptr;
-        if (capture)
-            capture->ReleaseUseCount();
-    }
-    return 0;
+    return CollectPointerBlock<LuaInputCapture>(L, kInputCaptureMetatable);
 }
 
 int ToStringBody(lua_State* L)

@@ -31,15 +31,7 @@ void LuaTouchCapture::OnCaptureEnd(bool cancelled)
 
 int PushTouchCaptureToLua(lua_State* L, LuaTouchCapture* capture)
 {
-    auto** block = static_cast<LuaTouchCapture**>(lua_newuserdata(L, sizeof(LuaTouchCapture*)));
-    *block = nullptr;
-    luaL_getmetatable(L, kTouchCaptureMetatable);
-    lua_setmetatable(L, -2);
-    if (capture) {
-        capture->AddUseCount();
-        *block = capture;
-    }
-    return 1;
+    return PushPointerBlock(L, capture, kTouchCaptureMetatable);
 }
 
 LuaTouchCapture* CheckTouchCapture(lua_State* L, int narg)
@@ -53,25 +45,12 @@ namespace {
 int NewBody(lua_State* L)
 {
     int touchID = utility::CheckInt(L, 1);
-    // The userdata first: running out of Lua memory while pushing it must not
-    // strand a capture that nothing owns.
-    PushTouchCaptureToLua(L, nullptr);
-    auto** block = static_cast<LuaTouchCapture**>(lua_touserdata(L, -1));
-    auto* capture = new LuaTouchCapture(touchID);
-    capture->AddUseCount();
-    *block = capture;
-    return 1;
+    return PushNewPointerBlock<LuaTouchCapture>(L, kTouchCaptureMetatable, touchID);
 }
 
 int GcBody(lua_State* L)
 {
-    if (LuaTouchCapture** block = TestPointerBlock<LuaTouchCapture>(L, 1, kTouchCaptureMetatable)) {
-        LuaTouchCapture* capture = *block;
-        *block = nullptr;
-        if (capture)
-            capture->ReleaseUseCount();
-    }
-    return 0;
+    return CollectPointerBlock<LuaTouchCapture>(L, kTouchCaptureMetatable);
 }
 
 int ToStringBody(lua_State* L)

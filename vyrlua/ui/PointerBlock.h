@@ -29,4 +29,48 @@ T** CheckPointerBlock(lua_State* L, int narg, const Name& tname)
     return static_cast<T**>(block);
 }
 
+// Pushes a new block of kind `tname` holding `object`, with a use count taken
+// for the block; a null object leaves the block empty.
+template <typename T>
+int PushPointerBlock(lua_State* L, T* object, const char* tname)
+{
+    auto** block = static_cast<T**>(lua_newuserdata(L, sizeof(T*)));
+    *block = nullptr;
+    luaL_getmetatable(L, tname);
+    lua_setmetatable(L, -2);
+    if (object) {
+        object->AddUseCount();
+        *block = object;
+    }
+    return 1;
+}
+
+// Pushes a block of kind `tname` holding a new T(args...). The userdata is
+// made first: running out of Lua memory while pushing it must not strand an
+// object that nothing owns.
+template <typename T, typename... Args>
+int PushNewPointerBlock(lua_State* L, const char* tname, Args... args)
+{
+    PushPointerBlock<T>(L, nullptr, tname);
+    auto** block = static_cast<T**>(lua_touserdata(L, -1));
+    auto* object = new T(args...);
+    object->AddUseCount();
+    *block = object;
+    return 1;
+}
+
+// __gc of a pointer block: drops the block's use count once. Safe to run
+// twice and on values of any other kind.
+template <typename T>
+int CollectPointerBlock(lua_State* L, const char* tname)
+{
+    if (T** block = TestPointerBlock<T>(L, 1, tname)) {
+        T* object = *block;
+        *block = nullptr;
+        if (object)
+            object->ReleaseUseCount();
+    }
+    return 0;
+}
+
 } // namespace vyrlua::ui
