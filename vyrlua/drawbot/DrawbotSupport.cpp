@@ -17,21 +17,6 @@ void PushMetatable(lua_State* L, const char* name, MetatableRegistrar registrar)
     }
 }
 
-void RegisterMetatable(lua_State* L, const char* name, const luaL_Reg* methods)
-{
-    luaL_newmetatable(L, name);
-    lua_pushvalue(L, -1);
-    lua_setfield(L, -2, "__index");
-    luaL_register(L, nullptr, methods);
-    lua_pop(L, 1);
-}
-
-void SetIntegerField(lua_State* L, const char* name, lua_Integer value)
-{
-    lua_pushinteger(L, value);
-    lua_setfield(L, -2, name);
-}
-
 std::shared_ptr<vyrui::drawbot::SupplierInterface> DefaultDrawSupplier()
 {
     // The node manager keeps its suppliers; one it was not given yet is made

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaModules.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 
 #include <memory>
@@ -58,11 +59,6 @@ Block* TestBlock(lua_State* L, int narg, const Name& name)
     return block != nullptr && lua_objlen(L, narg) >= sizeof(Block) ? static_cast<Block*>(block)
                                                                      : nullptr;
 }
-
-// Registers `methods` into a new or existing metatable made its own
-// __index; leaves the stack as it was.
-void RegisterMetatable(lua_State* L, const char* name, const luaL_Reg* methods);
-void SetIntegerField(lua_State* L, const char* name, lua_Integer value);
 
 // The node manager's suppliers: the default one for measuring without a
 // surface, the OS one for surfaces that bring no supplier of their own.

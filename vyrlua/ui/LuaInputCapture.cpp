@@ -4,6 +4,7 @@
 #include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaModules.h"
 
 namespace vyrlua::ui {
 
@@ -119,10 +120,7 @@ const luaL_Reg kFunctions[] = {
 int OpenBody(lua_State* L)
 {
     OpenUIEvents(L);
-    luaL_newmetatable(L, kInputCaptureMetatable);
-    lua_pushvalue(L, -1);
-    lua_setfield(L, -2, "__index");
-    luaL_register(L, nullptr, kMethods);
+    RegisterMetatable(L, kInputCaptureMetatable, kMethods);
     luaL_register(L, "InputCapture", kFunctions);
     for (const char* phase : {kCaptureBegin, kCaptureMouseEvent, kCaptureKeyboardEvent,
                               kCaptureEnd, kCaptureCancel}) {

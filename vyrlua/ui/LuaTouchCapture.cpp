@@ -5,6 +5,7 @@
 #include "vyrlua/ui/LuaUIEvents.h"
 #include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
 namespace vyrlua::ui {
@@ -116,10 +117,7 @@ const luaL_Reg kFunctions[] = {
 int OpenBody(lua_State* L)
 {
     OpenUIEvents(L);
-    luaL_newmetatable(L, kTouchCaptureMetatable);
-    lua_pushvalue(L, -1);
-    lua_setfield(L, -2, "__index");
-    luaL_register(L, nullptr, kMethods);
+    RegisterMetatable(L, kTouchCaptureMetatable, kMethods);
     luaL_register(L, "TouchCapture", kFunctions);
     for (const char* phase : {kCaptureBegin, kCaptureTouchEvent, kCaptureEnd, kCaptureCancel}) {
         lua_pushstring(L, phase);

@@ -2,6 +2,7 @@
 
 #include "vyrcore/utility/Guid.h"
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaModules.h"
 
 #include <string>
 
@@ -27,10 +28,7 @@ const luaL_Reg kGuidFunctions[] = {
 
 int OpenGuid(lua_State* L)
 {
-    luaL_newmetatable(L, "vyrlua.guid");
-    lua_pushvalue(L, -1);
-    lua_setfield(L, -2, "__index");
-    luaL_register(L, nullptr, kGuidMethods);
+    RegisterMetatable(L, "vyrlua.guid", kGuidMethods);
     luaL_register(L, "guid", kGuidFunctions);
     return 1;
 }

@@ -18,6 +18,21 @@ int RegisterModule(lua_State* L, const luaL_Reg* functions)
     return 1;
 }
 
+void RegisterMetatable(lua_State* L, const char* name, const luaL_Reg* methods)
+{
+    luaL_newmetatable(L, name);
+    lua_pushvalue(L, -1);
+    lua_setfield(L, -2, "__index");
+    luaL_register(L, nullptr, methods);
+    lua_pop(L, 1);
+}
+
+void SetIntegerField(lua_State* L, const char* name, lua_Integer value)
+{
+    lua_pushinteger(L, value);
+    lua_setfield(L, -2, name);
+}
+
 void SetPreloadedModule(lua_State* L, const char* name, lua_CFunction opener)
 {
     lua_getfield(L, LUA_GLOBALSINDEX, "package");

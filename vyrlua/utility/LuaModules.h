@@ -17,6 +17,12 @@ namespace vyrlua {
 
 // A new table holding `functions`; returns 1.
 int RegisterModule(lua_State* L, const luaL_Reg* functions);
+// A class module's metatable: luaL_newmetatable(name) (new or existing),
+// made its own __index, with `methods` registered into it. Leaves the stack
+// as it was.
+void RegisterMetatable(lua_State* L, const char* name, const luaL_Reg* methods);
+// Sets the integer constant `name` on the table on top.
+void SetIntegerField(lua_State* L, const char* name, lua_Integer value);
 // package.preload[name] = opener.
 void SetPreloadedModule(lua_State* L, const char* name, lua_CFunction opener);
 // Preloads the modules that have no opener of their own ("vyrlua.keyboardUtils").

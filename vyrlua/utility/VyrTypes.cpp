@@ -1,6 +1,7 @@
 #include "vyrlua/utility/VyrTypes.h"
 
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaModules.h"
 
 namespace vyrlua::utility {
 
@@ -14,18 +15,9 @@ const luaL_Reg kVyrTypesFunctions[] = {
     {nullptr, nullptr},
 };
 
-void SetIntegerField(lua_State* L, const char* name, int value)
-{
-    lua_pushinteger(L, value);
-    lua_setfield(L, -2, name);
-}
-
 int OpenVyrTypes(lua_State* L)
 {
-    luaL_newmetatable(L, "vyrlua.core.vyrTypes");
-    lua_pushvalue(L, -1);
-    lua_setfield(L, -2, "__index");
-    luaL_register(L, nullptr, kVyrTypesMethods);
+    RegisterMetatable(L, "vyrlua.core.vyrTypes", kVyrTypesMethods);
     luaL_register(L, "vyrTypes", kVyrTypesFunctions);
     SetIntegerField(L, "VYR_OS_Flag_WIN", kVyrOSFlagWin);
     SetIntegerField(L, "VYR_OS_Flag_MAC", kVyrOSFlagMac);
