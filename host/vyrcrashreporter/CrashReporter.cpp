@@ -21,7 +21,10 @@ struct State {
     std::mutex mutex;
     std::vector<std::pair<std::string, std::string>> data;
     std::atomic<const std::string*> report{nullptr};
-    std::vector<std::unique_ptr<std::string>> reports; // kept alive for the handler
+    // The published buffer and the one before it: a handler that loaded the
+    // old pointer just before a swap may still be reading it. Older ones go.
+    std::unique_ptr<std::string> current;
+    std::unique_ptr<std::string> previous;
     char path[4096] = {};
 };
 
@@ -73,34 +76,27 @@ CrashReporter& CrashReporter::GetInstance()
 
 void CrashReporter::AddData(const std::string& key, const std::string& value)
 {
-    {
-        std::lock_guard lock(Instance().mutex);
-        auto& data = Instance().data;
-        auto it = std::find_if(data.begin(), data.end(), [&](auto& kv) { return kv.first == key; });
-        if (it != data.end())
-            it->second = value;
-        else
-            data.emplace_back(key, value);
-    }
-    RebuildReport();
+    State& state = Instance();
+    std::lock_guard lock(state.mutex);
+    auto& data = state.data;
+    auto it = std::find_if(data.begin(), data.end(), [&](auto& kv) { return kv.first == key; });
+    if (it != data.end())
+        it->second = value;
+    else
+        data.emplace_back(key, value);
+
+    auto report = std::make_unique<std::string>();
+    for (auto& [k, v] : data)
+        *report += k + ": " + v + "\n";
+    state.report.store(report.get());
+    state.previous = std::move(state.current);
+    state.current = std::move(report);
 }
 
 std::vector<std::pair<std::string, std::string>> CrashReporter::Data() const
 {
     std::lock_guard lock(Instance().mutex);
     return Instance().data;
-}
-
-void CrashReporter::RebuildReport()
-{
-    State& state = Instance();
-    std::lock_guard lock(state.mutex);
-    auto report = std::make_unique<std::string>();
-    for (auto& [key, value] : state.data)
-        *report += key + ": " + value + "\n";
-    state.report.store(report.get());
-    // Older buffers stay alive: the handler may be reading one right now.
-    state.reports.push_back(std::move(report));
 }
 
 bool CrashReporter::InstallHandler(const std::string& reportPath)

@@ -24,7 +24,6 @@ public:
 
 private:
     CrashReporter() = default;
-    void RebuildReport();
 };
 
 } // namespace vyrcrashreporter
