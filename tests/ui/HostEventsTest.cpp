@@ -30,13 +30,13 @@ public:
     {
     }
     bool handles = true;
-    bool UI_DoMouseEvent(const MouseEvent& e) override
+    bool UI_OnMouseEvent(const MouseEvent& e) override
     {
         mLog.push_back(UI_GetNodeID() + ":" + std::string(MouseEventTypeName(e.type)) + "@" +
                        std::to_string(int(e.position.x)) + "," + std::to_string(int(e.position.y)));
         return handles;
     }
-    bool UI_DoTouchEvent(const TouchEvent& e) override
+    bool UI_OnTouchEvent(const TouchEvent& e) override
     {
         mLog.push_back(UI_GetNodeID() + ":touch-" + std::string(TouchPhaseName(e.touch.phase)));
         return handles;
@@ -182,7 +182,7 @@ TEST_F(HostEvents, QuickPressesCountAsDoubleClicks)
     int clicks = 0;
     struct Counter : UI_Node {
         int* clicks;
-        bool UI_DoMouseEvent(const MouseEvent& e) override
+        bool UI_OnMouseEvent(const MouseEvent& e) override
         {
             if (e.type == MouseEventType::Down)
                 *clicks = e.clickCount;
@@ -208,7 +208,7 @@ TEST_F(HostEvents, FiltersCapturesAndModalWindowsComeFirst)
     UI_NodeManager* manager = UI_NodeManager::Get();
 
     struct Filter : UI_Node {
-        bool UI_DoPreMouseEvent(const MouseEvent&) override { return true; }
+        bool UI_OnPreMouseEvent(const MouseEvent&) override { return true; }
     };
     UI_Node::Ptr filter(new Filter);
     manager->AddMouseEventFilterNode(*filter);

@@ -24,6 +24,12 @@ LuaFunctionRef LuaBinder::Find(std::string_view operation) const
     return it == mOperations.end() ? LuaFunctionRef() : it->second;
 }
 
+const LuaFunctionRef* LuaBinder::FindPtr(std::string_view operation) const
+{
+    auto it = mOperations.find(operation);
+    return it == mOperations.end() || !it->second ? nullptr : &it->second;
+}
+
 bool NilReturnGripeEnabled()
 {
     // Read once; the change count lets a host that edits its database at

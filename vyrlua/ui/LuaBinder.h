@@ -17,6 +17,8 @@ public:
     // earlier one.
     virtual void Bind(std::string_view operation, LuaFunctionRef function);
     LuaFunctionRef Find(std::string_view operation) const;
+    // The bound function's slot, or null: no copy on the dispatch path.
+    const LuaFunctionRef* FindPtr(std::string_view operation) const;
     size_t OperationCount() const { return mOperations.size(); }
 
     // Calls `function` with the arguments `pushArgs(L)` pushes (it returns

@@ -1,27 +1,71 @@
-// What a node hands its input messages to when it does not handle them in
-// native code: the scripting layer installs one per node (its binder) and
-// answers each message with "handled" or not.
+// What a node hands its notifications to: input messages it did not handle
+// natively, and any other named notification a control sends (value
+// changes, interactive phases, a tree's or list box's callbacks). The
+// scripting layer installs one binder per node and answers each
+// notification with "handled" or not.
+//
+// There is one entry point for every kind of notification: a name and a
+// list of arguments in host terms. Adding a notification is choosing a name
+// and its arguments; nothing here or in the binder changes.
 #pragma once
 
 #include "vyrcore/RefCounted.h"
 #include "vyrui/events/UIEvents.h"
 
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
 namespace vyrui::ui {
 
 class UI_Node;
 
+// The input operations every node delivers (the names scripts bind).
+inline constexpr const char* kOp_MouseEvent = "OnDoMouseEvent";
+inline constexpr const char* kOp_PreMouseEvent = "OnDoPreMouseEvent";
+inline constexpr const char* kOp_KeyboardEvent = "OnDoKeyboardEvent";
+inline constexpr const char* kOp_TouchEvent = "OnDoTouchEvent";
+inline constexpr const char* kOp_MultiTouchEvent = "OnDoMultiTouchEvent";
+inline constexpr const char* kOp_GestureEvent = "OnDoGestureEvent";
+inline constexpr const char* kOp_Cursor = "OnDoCursor";
+
+// A phase of an interactive (dragging) change, with the control it concerns.
+struct UI_InteractiveChange {
+    UI_Node* control = nullptr;
+    int phase = 0;
+};
+
+// One argument of a notification. Pointers are borrowed for the duration of
+// the call; the binder copies what it keeps.
+using UI_NotificationArg =
+    std::variant<std::monostate, bool, int, double, std::string_view, std::u16string_view,
+                 const events::MouseEvent*, const events::KeyboardEvent*,
+                 const events::TouchEvent*, const events::MultiTouchEvent*,
+                 const events::GestureEvent*, UI_Node*, UI_InteractiveChange>;
+
+struct UI_Notification {
+    const char* operation;
+    std::span<const UI_NotificationArg> args;
+    // Whether the handler also receives the node the notification concerns,
+    // after `args` (input messages do; value changes do not).
+    bool passNode = true;
+};
+
 class UI_Binder : public virtual vyrcore::utility::RefCountedObject {
 public:
-    virtual bool OnDoMouseEvent(UI_Node& node, const events::MouseEvent& event) = 0;
-    virtual bool OnDoPreMouseEvent(UI_Node& node, const events::MouseEvent& event) = 0;
-    virtual bool OnDoKeyboardEvent(UI_Node& node, const events::KeyboardEvent& event) = 0;
-    virtual bool OnDoTouchEvent(UI_Node& node, const events::TouchEvent& event) = 0;
-    virtual bool OnDoMultiTouchEvent(UI_Node& node, const events::MultiTouchEvent& event) = 0;
-    virtual bool OnDoGestureEvent(UI_Node& node, const events::GestureEvent& event) = 0;
-    virtual bool OnDoCursor(UI_Node& node, const events::MouseEvent& event) = 0;
+    // Delivers the notification for `node`: false when nothing is bound to
+    // its operation or the handler did not handle it.
+    virtual bool UI_Notify(UI_Node& node, const UI_Notification& notification) = 0;
 
 protected:
     ~UI_Binder() override = default;
 };
+
+// Delivers through the node's binder (none: not handled). The binder is held
+// for the call, so a handler may replace it.
+bool UI_NotifyBinder(UI_Node& node, const char* operation,
+                     std::initializer_list<UI_NotificationArg> args, bool passNode = true);
 
 } // namespace vyrui::ui

@@ -423,47 +423,29 @@ void UI_Node::UI_UpdateNow()
     // A plain root has nowhere to draw to; windows override this.
 }
 
-bool UI_Node::UI_DoMouseEvent(const events::MouseEvent& event)
+bool UI_NotifyBinder(UI_Node& node, const char* operation,
+                     std::initializer_list<UI_NotificationArg> args, bool passNode)
 {
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoMouseEvent(*this, event);
+    boost::intrusive_ptr<UI_Binder> binder(node.UI_GetBinder());
+    if (!binder)
+        return false;
+    return binder->UI_Notify(node, {operation, std::span(args.begin(), args.size()), passNode});
 }
 
-bool UI_Node::UI_DoPreMouseEvent(const events::MouseEvent& event)
-{
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoPreMouseEvent(*this, event);
-}
-
-bool UI_Node::UI_DoKeyboardEvent(const events::KeyboardEvent& event)
-{
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoKeyboardEvent(*this, event);
-}
-
-bool UI_Node::UI_DoTouchEvent(const events::TouchEvent& event)
-{
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoTouchEvent(*this, event);
-}
-
-bool UI_Node::UI_DoMultiTouchEvent(const events::MultiTouchEvent& event)
-{
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoMultiTouchEvent(*this, event);
-}
-
-bool UI_Node::UI_DoGestureEvent(const events::GestureEvent& event)
-{
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoGestureEvent(*this, event);
-}
-
-bool UI_Node::UI_DoCursor(const events::MouseEvent& event)
-{
-    boost::intrusive_ptr<UI_Binder> binder = mBinder;
-    return binder && binder->OnDoCursor(*this, event);
-}
+// Lua handlers first, then the node's own handling.
+#define VYR_DISPATCH(Name, Event, Op)                                    \
+    bool UI_Node::UI_Do##Name(const events::Event& event)               \
+    {                                                                   \
+        return UI_NotifyBinder(*this, Op, {&event}) || UI_On##Name(event); \
+    }
+VYR_DISPATCH(MouseEvent, MouseEvent, kOp_MouseEvent)
+VYR_DISPATCH(PreMouseEvent, MouseEvent, kOp_PreMouseEvent)
+VYR_DISPATCH(KeyboardEvent, KeyboardEvent, kOp_KeyboardEvent)
+VYR_DISPATCH(TouchEvent, TouchEvent, kOp_TouchEvent)
+VYR_DISPATCH(MultiTouchEvent, MultiTouchEvent, kOp_MultiTouchEvent)
+VYR_DISPATCH(GestureEvent, GestureEvent, kOp_GestureEvent)
+VYR_DISPATCH(Cursor, MouseEvent, kOp_Cursor)
+#undef VYR_DISPATCH
 
 bool UI_Node::UI_DispatchMouseEventToNode(UI_Node& target, const events::MouseEvent& event)
 {

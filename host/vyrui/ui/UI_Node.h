@@ -207,15 +207,26 @@ public:
     void UI_SetBinder(boost::intrusive_ptr<UI_Binder> binder) { mBinder = std::move(binder); }
     UI_Binder* UI_GetBinder() const { return mBinder.get(); }
 
-    // Messages, positions in local coordinates. The defaults ask the binder;
-    // all answer whether the message was handled.
-    virtual bool UI_DoMouseEvent(const events::MouseEvent& event);
-    virtual bool UI_DoPreMouseEvent(const events::MouseEvent& event);
-    virtual bool UI_DoKeyboardEvent(const events::KeyboardEvent& event);
-    virtual bool UI_DoTouchEvent(const events::TouchEvent& event);
-    virtual bool UI_DoMultiTouchEvent(const events::MultiTouchEvent& event);
-    virtual bool UI_DoGestureEvent(const events::GestureEvent& event);
-    virtual bool UI_DoCursor(const events::MouseEvent& event);
+    // Messages, positions in local coordinates; all answer whether the
+    // message was handled. The dispatch is not virtual, so no subclass can
+    // cut a node off from its script: the binder (the node's Lua handlers)
+    // sees the message first, and only when it does not handle it does the
+    // node's own native handling (the UI_On... hooks) run.
+    bool UI_DoMouseEvent(const events::MouseEvent& event);
+    bool UI_DoPreMouseEvent(const events::MouseEvent& event);
+    bool UI_DoKeyboardEvent(const events::KeyboardEvent& event);
+    bool UI_DoTouchEvent(const events::TouchEvent& event);
+    bool UI_DoMultiTouchEvent(const events::MultiTouchEvent& event);
+    bool UI_DoGestureEvent(const events::GestureEvent& event);
+    bool UI_DoCursor(const events::MouseEvent& event);
+    // Native handling of a message no Lua handler took; a plain node takes none.
+    virtual bool UI_OnMouseEvent(const events::MouseEvent&) { return false; }
+    virtual bool UI_OnPreMouseEvent(const events::MouseEvent&) { return false; }
+    virtual bool UI_OnKeyboardEvent(const events::KeyboardEvent&) { return false; }
+    virtual bool UI_OnTouchEvent(const events::TouchEvent&) { return false; }
+    virtual bool UI_OnMultiTouchEvent(const events::MultiTouchEvent&) { return false; }
+    virtual bool UI_OnGestureEvent(const events::GestureEvent&) { return false; }
+    virtual bool UI_OnCursor(const events::MouseEvent&) { return false; }
     // Sends `event`, given in this node's coordinates, to `target` in the
     // target's coordinates. Both nodes must be in one tree (false otherwise).
     bool UI_DispatchMouseEventToNode(UI_Node& target, const events::MouseEvent& event);
