@@ -3,7 +3,9 @@
 #include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaInternedName.h"
+#include "vyrlua/utility/LuaObjects.h"
 #include "vyrcore/InitializerRegistrar.h"
+#include "vyrcore/config.h"
 #include "vyrcore/debug.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
@@ -72,12 +74,14 @@ const utility::InternedName kIdentifierName("ControlWrapperIdentifier");
 static_assert(std::string_view("ControlWrapperIdentifier") == kControlWrapperIdentifier);
 } // namespace
 
+const utility::LuaKindTag kWrapperKind{"vyrUINode"};
+
 LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
 {
-    // Full userdata of one pointer only: a light userdata, or a block of
-    // another size, cannot hold a wrapper whatever its metatable says.
-    if (lua_type(L, index) != LUA_TUSERDATA || lua_objlen(L, index) != sizeof(void*) ||
-        !lua_getmetatable(L, index))
+    // Only a block the library made as a wrapper holds one, whatever its
+    // metatable says; a block of another size is never read.
+    void** block = utility::PointerBlockAt(L, index);
+    if (block == nullptr || !lua_getmetatable(L, index))
         throw utility::LuaError("Bad user data");
     // Raw: the type mark is the metatable's own field, and a metamethod of
     // a foreign metatable must not run here.
@@ -87,8 +91,26 @@ LuaControlWrapperBase* GetControlUserData(lua_State* L, int index)
     lua_pop(L, 2);
     if (type != LUA_TFUNCTION)
         throw utility::LuaError("Bad user data");
-    auto** block = static_cast<LuaControlWrapperBase**>(lua_touserdata(L, index));
-    return block ? *block : nullptr;
+    // Emptied by an early __gc: a wrapper with nothing in it.
+    if (*block == nullptr)
+        return nullptr;
+    if (utility::PayloadKind(*block) != &kWrapperKind)
+        throw utility::LuaError("Bad user data");
+    return static_cast<LuaControlWrapperBase*>(*block);
+}
+
+void ThrowInvalidTypeConversion()
+{
+    throw vyrcore::config::HostException(vyrcore::config::Localizer::Get().LocalizeUTF8(
+        "$$$/vyrcore/utility/Error/InvalidTypeConversion=Invalid type conversion."));
+}
+
+int CollectControlWrapper(lua_State* L)
+{
+    // By the record alone: a script that deletes the mark from a metatable
+    // must not stop its wrappers from being freed.
+    delete static_cast<LuaControlWrapperBase*>(utility::TakePayload(L, 1, kWrapperKind));
+    return 0;
 }
 
 namespace {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "vyrlua/utility/LuaApi.h"
+#include "vyrlua/utility/LuaObjects.h"
 #include "vyrlua/utility/LuaReference.h"
 #include "vyrui/ui/UI_Node.h"
 
@@ -52,6 +53,17 @@ private:
 // userdata of another kind) fails with LuaError("Bad user data"). For
 // bodies behind the error boundary.
 LuaControlWrapperBase* GetControlUserData(lua_State* L, int index);
+
+// The host's conversion error for a node of the wrong class ("Invalid type
+// conversion.", localised).
+[[noreturn]] void ThrowInvalidTypeConversion();
+
+// __gc of every wrapper class: deletes the wrapper the block holds, once.
+// Never raises.
+int CollectControlWrapper(lua_State* L);
+
+// The kind every wrapper's payload (the wrapper object) is recorded with.
+extern const utility::LuaKindTag kWrapperKind;
 
 // The metatable field whose function type marks a wrapper.
 inline constexpr const char* kControlWrapperIdentifier = "ControlWrapperIdentifier";

@@ -1,8 +1,9 @@
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 
-#include "vyrlua/ui/LuaUI_NodeWrapper.h"
+#include "vyrlua/ui/controls/LuaWrapperClasses.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
+#include <type_traits>
 #include <typeinfo>
 #include <unordered_map>
 #include <vector>
@@ -13,44 +14,37 @@ namespace {
 
 using vyrui::ui::UI_Node;
 
-// ---------------------------------------------------------------------------
-// The wrapper classes. Adding a control is adding its entries here.
-
-// Every class with a metatable, in creation order.
-struct WrapperMetatable {
-    const char* (*name)();
-    void (*registerMethods)(lua_State*);
+// A class of the list: the test of the node's host class and the push.
+struct WrapperClassEntry {
+    bool (*matches)(const UI_Node&);
+    LuaControlWrapperBase* (*push)(const NodePtr&, lua_State*);
+    const WrapperMetatable* metatable;
 };
 
 template <typename Wrapper>
-constexpr WrapperMetatable MetatableOf()
-{
-    return {Wrapper::GetMetatableName, Wrapper::RegisterMethods};
-}
-
-const WrapperMetatable kWrapperMetatables[] = {
-    MetatableOf<LuaUI_NodeWrapper>(),
-};
-
-// The factory's class list: the first entry whose host class the node is
-// an instance of wins, so a subclass stands before its base. The last
-// entry, with no test, is the plain node.
-struct WrapperClass {
-    bool (*matches)(const UI_Node&);
-    LuaControlWrapperBase* (*push)(const NodePtr&, lua_State*);
-};
-
-template <typename HostClass>
 bool IsA(const UI_Node& node)
 {
-    return dynamic_cast<const HostClass*>(&node) != nullptr;
+    if constexpr (std::is_same_v<typename Wrapper::HostClass, UI_Node>)
+        return true;
+    else
+        return dynamic_cast<const typename Wrapper::HostClass*>(&node) != nullptr;
 }
 
-const WrapperClass kWrapperClasses[] = {
-    {nullptr, PushControlWrapper<LuaUI_NodeWrapper>},
+template <typename... Wrappers>
+struct Entries {
+    static constexpr WrapperClassEntry kList[] = {
+        {IsA<Wrappers>, PushControlWrapper<Wrappers>, &kMetatableOf<Wrappers>}...};
 };
 
-// ---------------------------------------------------------------------------
+// In factory order: the first entry whose host class the node is an
+// instance of wins; the last, the plain node, matches every node.
+template <typename... Wrappers>
+constexpr const WrapperClassEntry* ListOf(WrapperClassList<Wrappers...>)
+{
+    return Entries<Wrappers...>::kList;
+}
+constexpr const WrapperClassEntry* kClasses = ListOf(AllWrapperClasses{});
+constexpr size_t kClassCount = AllWrapperClasses::kCount;
 
 struct Factory {
     std::vector<LuaControlWrapperFactoryFunction> installed;
@@ -60,7 +54,7 @@ struct Factory {
     // type_info's address: hashing that is free where hashing a type_index
     // hashes the type's name. One type may have more than one type_info
     // (one per shared object); each then gets the same decision.
-    std::unordered_map<const std::type_info*, const WrapperClass*> decided;
+    std::unordered_map<const std::type_info*, const WrapperClassEntry*> decided;
 };
 
 Factory& TheFactory()
@@ -69,26 +63,22 @@ Factory& TheFactory()
     return factory;
 }
 
-const WrapperClass& Decide(const UI_Node& node)
+const WrapperClassEntry& Decide(const UI_Node& node)
 {
     Factory& factory = TheFactory();
     const std::type_info* type = &typeid(node);
     if (auto it = factory.decided.find(type); it != factory.decided.end())
         return *it->second;
-    const WrapperClass* chosen = nullptr;
-    for (const WrapperClass& entry : kWrapperClasses) {
-        if (!entry.matches || entry.matches(node)) {
-            chosen = &entry;
+    const WrapperClassEntry* chosen = &kClasses[kClassCount - 1];
+    for (size_t i = 0; i < kClassCount; ++i) {
+        if (kClasses[i].matches(node)) {
+            chosen = &kClasses[i];
             break;
         }
     }
     factory.decided.emplace(type, chosen);
     return *chosen;
 }
-
-} // namespace
-
-namespace {
 
 struct PushRequest {
     const NodePtr* node;
@@ -107,6 +97,17 @@ int PushWrapperBody(lua_State* L)
     }
     request->wrapper = Decide(*node).push(node, L);
     return 1;
+}
+
+void CreateMetatable(lua_State* L, const WrapperMetatable& wrapper)
+{
+    if (!lua_checkstack(L, 2))
+        throw utility::LuaError("Cannot grow stack for controls metatables");
+    luaL_newmetatable(L, wrapper.name());
+    lua_pushvalue(L, -1);
+    lua_setfield(L, -2, "__index");
+    wrapper.registerMethods(L);
+    lua_pop(L, 1);
 }
 
 } // namespace
@@ -136,34 +137,26 @@ void CreateControlMetatables(lua_State* L)
     lua_pop(L, 1);
     if (exists)
         return;
-    for (const WrapperMetatable& wrapper : kWrapperMetatables) {
-        if (!lua_checkstack(L, 2))
-            throw utility::LuaError("Cannot grow stack for controls metatables");
-        luaL_newmetatable(L, wrapper.name());
-        lua_pushvalue(L, -1);
-        lua_setfield(L, -2, "__index");
-        wrapper.registerMethods(L);
-        lua_pop(L, 1);
-    }
+    // The plain node's table comes last in the list: it marks that all
+    // were made.
+    for (size_t i = 0; i < kClassCount; ++i)
+        CreateMetatable(L, *kClasses[i].metatable);
 }
 
-void PushControlMetatable(lua_State* L, const char* metatableName)
+void PushControlMetatable(lua_State* L, const WrapperMetatable& wrapper,
+                          const utility::InternedName& name)
 {
-    lua_getfield(L, LUA_REGISTRYINDEX, metatableName);
+    utility::PushRegistryEntry(L, name);
     if (lua_isnil(L, -1)) {
         lua_pop(L, 1);
         CreateControlMetatables(L);
-        lua_getfield(L, LUA_REGISTRYINDEX, metatableName);
-    }
-}
-
-void PushControlMetatable(lua_State* L, const utility::InternedName& metatableName)
-{
-    utility::PushRegistryEntry(L, metatableName);
-    if (lua_isnil(L, -1)) {
-        lua_pop(L, 1);
-        CreateControlMetatables(L);
-        utility::PushRegistryEntry(L, metatableName);
+        utility::PushRegistryEntry(L, name);
+        // A class installed by another library is not in the list.
+        if (lua_isnil(L, -1)) {
+            lua_pop(L, 1);
+            CreateMetatable(L, wrapper);
+            utility::PushRegistryEntry(L, name);
+        }
     }
 }
 

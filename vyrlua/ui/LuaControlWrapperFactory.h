@@ -30,11 +30,22 @@ void InstallLuaControlWrapperFactoryFunction(LuaControlWrapperFactoryFunction fu
 // stack for controls metatables") when the stack cannot grow.
 void CreateControlMetatables(lua_State* L);
 
-// Pushes the named wrapper metatable, creating the metatables if needed.
-void PushControlMetatable(lua_State* L, const char* metatableName);
-void PushControlMetatable(lua_State* L, const utility::InternedName& metatableName);
+// One wrapper class's metatable: made its own __index, holding the class's
+// flattened methods.
+struct WrapperMetatable {
+    const char* (*name)();
+    void (*registerMethods)(lua_State*);
+};
+template <typename Wrapper>
+inline constexpr WrapperMetatable kMetatableOf{Wrapper::GetMetatableName, Wrapper::RegisterMethods};
+
+// Pushes the wrapper class's metatable, creating it when the state lacks it.
+void PushControlMetatable(lua_State* L, const WrapperMetatable& wrapper,
+                          const utility::InternedName& name);
 
 // Pushes a userdata holding a new Wrapper(node, L) with Wrapper's metatable.
+// Raises Lua's memory error: callers hold nothing with a destructor, or push
+// through LuaControlWrapperFactory, which is protected.
 template <typename Wrapper>
 LuaControlWrapperBase* PushControlWrapper(const NodePtr& node, lua_State* L)
 {
@@ -42,13 +53,30 @@ LuaControlWrapperBase* PushControlWrapper(const NodePtr& node, lua_State* L)
     static const utility::InternedName metatableName(Wrapper::GetMetatableName());
     // The block starts empty, so a failure before it is filled leaves
     // nothing for __gc to free.
-    auto** block = static_cast<LuaControlWrapperBase**>(lua_newuserdata(L, sizeof(void*)));
+    auto** block = static_cast<void**>(lua_newuserdata(L, sizeof(void*)));
     *block = nullptr;
-    PushControlMetatable(L, metatableName);
+    PushControlMetatable(L, kMetatableOf<Wrapper>, metatableName);
     lua_setmetatable(L, -2);
     LuaControlWrapperBase* wrapper = new Wrapper(node, L);
-    *block = wrapper;
+    try {
+        utility::FillBlock(L, -1, wrapper, kWrapperKind);
+    } catch (...) {
+        delete wrapper;
+        throw;
+    }
     return wrapper;
+}
+
+// For other libraries: gives nodes of Wrapper's host class that wrapper
+// class, before every built-in one, with its metatable made on first use.
+template <typename Wrapper>
+void InstallLuaWrapperClass()
+{
+    InstallLuaControlWrapperFactoryFunction([](const NodePtr& node, lua_State* L) {
+        return dynamic_cast<typename Wrapper::HostClass*>(node.get()) != nullptr
+                   ? PushControlWrapper<Wrapper>(node, L)
+                   : nullptr;
+    });
 }
 
 } // namespace vyrlua::ui

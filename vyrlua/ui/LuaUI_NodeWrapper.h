@@ -3,22 +3,15 @@
 // enabling, focus, tool tips, invalidation, timers, theme and scaling.
 #pragma once
 
-#include "vyrlua/ui/LuaControlWrapperBase.h"
+#include "vyrlua/ui/LuaWrapperClass.h"
 
 namespace vyrlua::ui {
 
-class LuaUI_NodeWrapper : public LuaControlWrapperBase {
+class LuaUI_NodeWrapper : public LuaWrapperClass<LuaUI_NodeWrapper, vyrui::ui::UI_Node> {
 public:
-    LuaUI_NodeWrapper(const NodePtr& node, lua_State* L) : LuaControlWrapperBase(node, L) {}
-
-    static const char* GetMetatableName() { return kMetatableName; }
-    // Registers the node methods into the table on top of the stack.
-    static void RegisterMethods(lua_State* L);
-
+    using LuaWrapperClass::LuaWrapperClass;
+    static constexpr const char* kMetatableName = "vyrUINode";
     static const luaL_Reg methods[];
-
-private:
-    static const char* const kMetatableName;
 };
 
 } // namespace vyrlua::ui

@@ -1,0 +1,345 @@
+// Wrapper methods as table lines. Most methods of the wrapper family fetch
+// the node from argument 1, cast it to a host class, read their arguments,
+// call one host operation and push its result; these templates are that
+// shape, so a method is one line:
+//
+//   {"SetDownState", Method<UI_ControlView, &UI_ControlView::SetDownState, OptBool<false>>},
+//   {"GetDownState", Method<UI_ControlView, &UI_ControlView::GetDownState>},
+//
+// The order is fixed and is what makes them safe:
+//  1. self is resolved: not a wrapper raises "Bad user data"; an empty or
+//     released wrapper gives no results and reads nothing;
+//  2. the arguments are read into plain values (reading a table may run a
+//     script's __index, which may release anything, self included);
+//  3. self is resolved again and cast to the host class ("Invalid type
+//     conversion." when the node is not one), and the host is called with
+//     the node held, since the call may run Lua handlers that drop it;
+//  4. the result, copied into a plain value, is pushed after the node is let
+//     go (pushing allocates, and may run a finalizer).
+// No object with a destructor is alive across a Lua call that can raise.
+//
+// The operation is a member function of the host class or a free function
+// taking it first (an adapter of a few lines where the host's shape differs
+// from the method's). Bodies with real logic stay ordinary functions, and
+// use SelfAs and the same order.
+#pragma once
+
+#include "vyrlua/ui/LuaControlWrapperBase.h"
+#include "vyrlua/ui/LuaControlWrapperFactory.h"
+#include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaValueTypes.h"
+#include "vyrcore/string.h"
+
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+namespace vyrlua::ui {
+
+using vyrcore::geom::PointF;
+using vyrcore::geom::RectF;
+using vyrui::drawbot::ColorRGBA;
+
+// The node of the wrapper at `index`, null for an empty or released
+// wrapper; "Bad user data" for a value that is not a wrapper. Runs no Lua
+// code: the pointer is good until the next Lua call that may run a script.
+inline vyrui::ui::UI_Node* NodeAt(lua_State* L, int index)
+{
+    LuaControlWrapperBase* wrapper = GetControlUserData(L, index);
+    return wrapper ? wrapper->Node() : nullptr;
+}
+
+// Self's node as `Host` (a node class or a mix-in of one): null without a
+// node, "Invalid type conversion." when the node is not a Host.
+template <typename Host>
+Host* SelfAs(lua_State* L, vyrui::ui::UI_Node** nodeOut = nullptr)
+{
+    vyrui::ui::UI_Node* node = NodeAt(L, 1);
+    if (nodeOut)
+        *nodeOut = node;
+    if (node == nullptr)
+        return nullptr;
+    if constexpr (std::is_same_v<Host, vyrui::ui::UI_Node>) {
+        return node;
+    } else {
+        auto* host = dynamic_cast<Host*>(node);
+        if (host == nullptr)
+            ThrowInvalidTypeConversion();
+        return host;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Argument traits: Read takes the Lua value into a plain (trivially
+// destructible) value and may run script code; ToHost converts it for the
+// host call and runs none.
+
+struct Bool {
+    using Raw = bool;
+    static bool Read(lua_State* L, int i) { return lua_toboolean(L, i) != 0; }
+    static bool ToHost(lua_State*, bool v) { return v; }
+};
+
+// An optional boolean: absent means Default; present (nil too) reads Lua truth.
+template <bool Default>
+struct OptBool : Bool {
+    static bool Read(lua_State* L, int i) { return lua_gettop(L) < i ? Default : lua_toboolean(L, i) != 0; }
+};
+
+struct Int {
+    using Raw = int;
+    static int Read(lua_State* L, int i) { return utility::CheckInt(L, i); }
+    static int ToHost(lua_State*, int v) { return v; }
+};
+
+template <int Default>
+struct OptInt : Int {
+    static int Read(lua_State* L, int i) { return utility::OptInt(L, i, Default); }
+};
+
+// Positions and counts passed to the host unchanged.
+struct Integer {
+    using Raw = lua_Integer;
+    static lua_Integer Read(lua_State* L, int i) { return utility::CheckInteger(L, i); }
+    static long long ToHost(lua_State*, lua_Integer v) { return static_cast<long long>(v); }
+};
+
+struct Float {
+    using Raw = float;
+    static float Read(lua_State* L, int i) { return utility::ToFloat(utility::CheckNumber(L, i)); }
+    static float ToHost(lua_State*, float v) { return v; }
+};
+
+struct Double {
+    using Raw = double;
+    static double Read(lua_State* L, int i) { return utility::CheckNumber(L, i); }
+    static double ToHost(lua_State*, double v) { return v; }
+};
+
+// An integer naming one of Count values of a host enumeration, else the
+// argument error "invalid value".
+template <typename Enum, int Count>
+struct EnumArg {
+    using Raw = int;
+    static int Read(lua_State* L, int i)
+    {
+        int v = utility::CheckInt(L, i);
+        if (v < 0 || v >= Count)
+            utility::ThrowArgError(i, "invalid value");
+        return v;
+    }
+    static Enum ToHost(lua_State*, int v) { return static_cast<Enum>(v); }
+};
+
+// Strings: the view stays valid while the argument is on the stack.
+struct Utf8 {
+    using Raw = std::string_view;
+    static std::string_view Read(lua_State* L, int i) { return utility::CheckLString(L, i); }
+    static std::string ToHost(lua_State*, std::string_view v) { return std::string(v); }
+};
+
+struct Utf16 : Utf8 {
+    static std::u16string ToHost(lua_State*, std::string_view v) { return vyrcore::string::UTF8to16(v); }
+};
+
+struct Point {
+    using Raw = PointF;
+    static PointF Read(lua_State* L, int i)
+    {
+        PointF p;
+        drawbot::GetPointF32FromLua(L, i, p);
+        return p;
+    }
+    static PointF ToHost(lua_State*, PointF v) { return v; }
+};
+
+struct Rect {
+    using Raw = RectF;
+    static RectF Read(lua_State* L, int i)
+    {
+        RectF r;
+        drawbot::GetRectF32FromLua(L, i, r);
+        return r;
+    }
+    static RectF ToHost(lua_State*, RectF v) { return v; }
+};
+
+struct Color {
+    using Raw = ColorRGBA;
+    static ColorRGBA Read(lua_State* L, int i)
+    {
+        ColorRGBA c;
+        drawbot::GetColorRGBAFromLua(L, i, c);
+        return c;
+    }
+    static ColorRGBA ToHost(lua_State*, ColorRGBA v) { return v; }
+};
+
+// Another node: resolved at the call, like self ("Bad user data" if it is
+// not a wrapper), and passed as a reference; no call without a node.
+struct NodeArg {
+    using Raw = int; // its stack index
+    static int Read(lua_State* L, int i)
+    {
+        NodeAt(L, i); // fails early for a value that is not a wrapper
+        return i;
+    }
+    static vyrui::ui::UI_Node* ToHost(lua_State* L, int i) { return NodeAt(L, i); }
+};
+
+// ---------------------------------------------------------------------------
+// Result traits, by the host operation's return type: Store copies the
+// result into a value that may outlive the node; Push pushes it.
+
+template <typename T, typename = void>
+struct Result;
+
+template <>
+struct Result<bool> {
+    using Stored = bool;
+    static bool Store(bool v) { return v; }
+    static int Push(lua_State* L, bool v)
+    {
+        lua_pushboolean(L, v);
+        return 1;
+    }
+};
+
+template <typename T>
+struct Result<T, std::enable_if_t<std::is_integral_v<T> || std::is_enum_v<T>>> {
+    using Stored = lua_Integer;
+    static lua_Integer Store(T v) { return static_cast<lua_Integer>(v); }
+    static int Push(lua_State* L, lua_Integer v)
+    {
+        lua_pushinteger(L, v);
+        return 1;
+    }
+};
+
+template <typename T>
+struct Result<T, std::enable_if_t<std::is_floating_point_v<T>>> {
+    using Stored = lua_Number;
+    static lua_Number Store(T v) { return v; }
+    static int Push(lua_State* L, lua_Number v)
+    {
+        lua_pushnumber(L, v);
+        return 1;
+    }
+};
+
+template <>
+struct Result<std::string> {
+    using Stored = std::string;
+    static std::string Store(const std::string& v) { return v; }
+    // Protected: the string is alive while it is pushed.
+    static int Push(lua_State* L, const std::string& v)
+    {
+        utility::PushLString(L, v);
+        return 1;
+    }
+};
+
+template <>
+struct Result<std::u16string> : Result<std::string> {
+    static std::string Store(const std::u16string& v) { return vyrcore::string::UTF16to8(v); }
+};
+
+template <>
+struct Result<PointF> {
+    using Stored = PointF;
+    static PointF Store(PointF v) { return v; }
+    static int Push(lua_State* L, PointF v) { return drawbot::PushPointF32ToLua(L, v); }
+};
+
+template <>
+struct Result<RectF> {
+    using Stored = RectF;
+    static RectF Store(const RectF& v) { return v; }
+    static int Push(lua_State* L, const RectF& v) { return drawbot::PushRectF32ToLua(L, v); }
+};
+
+template <>
+struct Result<ColorRGBA> {
+    using Stored = ColorRGBA;
+    static ColorRGBA Store(const ColorRGBA& v) { return v; }
+    static int Push(lua_State* L, const ColorRGBA& v) { return drawbot::PushColorRGBAToLua(L, v); }
+};
+
+// A node result goes through the factory (which protects its own pushes).
+template <typename T>
+struct Result<T*, std::enable_if_t<std::is_base_of_v<vyrui::ui::UI_Node, T>>> {
+    using Stored = NodePtr;
+    static NodePtr Store(T* v) { return NodePtr(v); }
+    static int Push(lua_State* L, const NodePtr& v) { return LuaControlWrapperFactory(v, L) ? 1 : 0; }
+};
+
+namespace detail {
+
+template <typename F>
+struct MemberTraits;
+template <typename R, typename C, typename... A>
+struct MemberTraits<R (C::*)(A...)> {
+    using Return = R;
+};
+template <typename R, typename C, typename... A>
+struct MemberTraits<R (C::*)(A...) const> {
+    using Return = R;
+};
+template <typename R, typename... A>
+struct MemberTraits<R (*)(A...)> {
+    using Return = R;
+};
+
+// A member function of the host class, or a free function taking it first.
+template <auto Fn, typename Host, typename... A>
+decltype(auto) Invoke(Host* self, A&&... args)
+{
+    if constexpr (std::is_member_function_pointer_v<decltype(Fn)>)
+        return (self->*Fn)(std::forward<A>(args)...);
+    else
+        return Fn(*self, std::forward<A>(args)...);
+}
+
+template <typename Host, auto Fn, typename... Args, size_t... I>
+int MethodBody(lua_State* L, std::index_sequence<I...>)
+{
+    using R = std::decay_t<typename MemberTraits<decltype(Fn)>::Return>;
+    if (SelfAs<Host>(L) == nullptr)
+        return 0;
+    // Braced: read left to right.
+    std::tuple<typename Args::Raw...> raw{Args::Read(L, static_cast<int>(I) + 2)...};
+    vyrui::ui::UI_Node* node = nullptr;
+    Host* self = SelfAs<Host>(L, &node);
+    if (self == nullptr)
+        return 0;
+    if constexpr (std::is_void_v<R>) {
+        {
+            NodePtr held(node);
+            Invoke<Fn>(self, Args::ToHost(L, std::get<I>(raw))...);
+        }
+        return 0;
+    } else {
+        typename Result<R>::Stored value;
+        {
+            NodePtr held(node);
+            value = Result<R>::Store(Invoke<Fn>(self, Args::ToHost(L, std::get<I>(raw))...));
+        }
+        return Result<R>::Push(L, value);
+    }
+}
+
+template <typename Host, auto Fn, typename... Args>
+int Method(lua_State* L)
+{
+    return MethodBody<Host, Fn, Args...>(L, std::index_sequence_for<Args...>{});
+}
+
+} // namespace detail
+
+// The registered function: the method body behind the error boundary.
+template <typename Host, auto Fn, typename... Args>
+inline constexpr lua_CFunction Method = utility::LuaBoundary<detail::Method<Host, Fn, Args...>>;
+
+} // namespace vyrlua::ui

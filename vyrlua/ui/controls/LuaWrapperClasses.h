@@ -1,0 +1,20 @@
+// Every wrapper class of the library, in the factory's order: a node gets
+// the first class whose host class it is an instance of, so a subclass
+// stands before its base; the plain node wrapper, which takes any node,
+// stands last. The same list makes each class's metatable. Adding a
+// control is adding its class here.
+#pragma once
+
+#include "vyrlua/ui/LuaUI_NodeWrapper.h"
+
+namespace vyrlua::ui {
+
+template <typename... Wrappers>
+struct WrapperClassList {
+    static constexpr size_t kCount = sizeof...(Wrappers);
+};
+
+using AllWrapperClasses = WrapperClassList<
+    LuaUI_NodeWrapper>;
+
+} // namespace vyrlua::ui
