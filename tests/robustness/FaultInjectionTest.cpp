@@ -11,6 +11,7 @@
 #include "app/HostRuntime.h"
 #include "vyrcore/config.h"
 #include "vyrcore/string.h"
+#include "vyrlua/ui/LuaWrapperMethods.h"
 #include "vyrlua/utility/LuaReference.h"
 #include "vyrui/EventLoop.h"
 
@@ -500,3 +501,54 @@ TEST_F(HostFailure, ThrowingResourceStoreGivesErrorsNotCrashes)
 }
 
 } // namespace
+
+// Strings the sweep pushes are interned by earlier calls, so pushing them
+// allocates nothing. A node ID the state has never seen must be allocated
+// when a method pushes it; with that allocation failing, the method must not
+// skip the release of anything it holds (a node it kept a use count on).
+TEST_F(AllocationFailure, PushingAFreshStringHoldsNothing)
+{
+    auto runtime = MakeRuntime();
+    if (!runtime)
+        GTEST_SKIP() << KzKernel_LuaName()
+                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
+                        "allocation failure is tested under PUC Lua";
+    lua_State* L = runtime->State();
+    ASSERT_EQ(luaL_dostring(L, "require 'vyrlua.vyrcontrols' node = vyrcontrols.NewNode()"), 0);
+    lua_getglobal(L, "node");
+    vyrui::ui::UI_Node* node = vyrlua::ui::NodeAt(L, -1);
+    lua_pop(L, 1);
+    ASSERT_NE(node, nullptr);
+    const int held = node->GetUseCount();
+
+    static constexpr const char* kCalls[] = {
+        "return node:UI_GetNodeID()",
+        "return tostring(node)",
+        "return node:BindVyrOperation(fresh, function() end)",
+    };
+    int failed = 0;
+    for (const char* call : kCalls) {
+        for (size_t k = 1; k <= 50; ++k) {
+            // A text the state has not interned: an ID, or an operation name.
+            const std::string fresh = "fresh text " + std::to_string(k) + " for " + call;
+            node->UI_SetNodeID(fresh);
+            ASSERT_EQ(luaL_loadstring(L, call), 0);
+            allocator.Arm(0);
+            lua_pushlstring(L, fresh.data(), fresh.size());
+            lua_setglobal(L, "fresh");
+            allocator.Arm(k);
+            const bool ok = lua_pcall(L, 0, LUA_MULTRET, 0) == 0;
+            const bool injected = allocator.growing >= k;
+            allocator.Disarm();
+            failed += !ok;
+            if (!ok) {
+                EXPECT_TRUE(MentionsMemory(lua_tostring(L, -1))) << call << ": " << lua_tostring(L, -1);
+            }
+            lua_settop(L, 0);
+            EXPECT_EQ(node->GetUseCount(), held) << call << " with allocation " << k << " failing";
+            if (!injected)
+                break;
+        }
+    }
+    EXPECT_GT(failed, 0) << "no call ran out of memory: the test tests nothing";
+}
