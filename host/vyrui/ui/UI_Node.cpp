@@ -131,8 +131,10 @@ void UI_Node::UI_SetLocalRectF(const RectF& rect)
         return;
     // The old area and the new one both need drawing.
     UI_Invalidate();
+    RectF old = mRect;
     mRect = rect;
     UI_Invalidate();
+    UI_OnLocalRectChanged(old);
 }
 
 PointF UI_Node::UI_LocalToRootPointF(PointF p) const

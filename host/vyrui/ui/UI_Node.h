@@ -248,6 +248,11 @@ public:
 
     virtual bool UI_IsSubView() const { return false; }
 
+protected:
+    // After the local rectangle changed (never for a rectangle set to what
+    // it was).
+    virtual void UI_OnLocalRectChanged(const RectF& oldRect) {}
+
 private:
     friend class UI_Container;
     friend class UI_NodeManager;
