@@ -530,8 +530,8 @@ TEST_F(AllocationFailure, PushingAFreshStringHoldsNothing)
     for (const char* call : kCalls) {
         for (size_t k = 1; k <= 50; ++k) {
             // A text the state has not interned: an ID, or an operation name.
-            const std::string fresh = "fresh text " + std::to_string(k) + " for " + call;
-            node->UI_SetNodeID(fresh);
+            const std::string fresh = "fresh operation " + std::to_string(k) + " for " + call;
+            node->UI_SetNodeID("fresh ID " + std::to_string(k) + " for " + call);
             ASSERT_EQ(luaL_loadstring(L, call), 0);
             allocator.Arm(0);
             lua_pushlstring(L, fresh.data(), fresh.size());
