@@ -4,9 +4,11 @@
 #pragma once
 
 #include "vyrcore/RefCounted.h"
+#include "vyrlua/ui/LuaControlWrapperBase.h"
 #include "vyrui/ui/UI_Node.h"
 
 #include <map>
+#include <vector>
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -22,6 +24,15 @@ public:
     // Timer ID to the notify function installed on the node for it; the
     // function holds the Lua callback.
     std::map<int, vyrui::ui::TimerNotifyFunction> timers;
+
+    // The Lua functions attached to a control's value changes and, apart,
+    // to its interactive phases; the control calls the first one only.
+    struct ControlListener {
+        bool registered = false; // the host callback is installed
+        std::vector<LuaFunctionRef> functions;
+    };
+    ControlListener changed;
+    ControlListener interactive;
 
     // The binder, made on the first binding and installed on the node.
     VyrBinder* GetBinder() const { return mBinder.get(); }

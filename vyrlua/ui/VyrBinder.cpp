@@ -1,10 +1,12 @@
 #include "vyrlua/ui/VyrBinder.h"
 
+#include "vyrlua/drawbot/LuaDrawbot.h"
 #include "vyrlua/ui/InteractiveChangeMessage.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/ui/LuaUIEvents.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaStack.h"
+#include "vyrlua/utility/LuaValueTypes.h"
 #include "vyrcore/string.h"
 
 #include <type_traits>
@@ -33,6 +35,13 @@ int MakeChangeMessage(lua_State* L)
     lua_getfield(L, LUA_REGISTRYINDEX, kInteractiveChangeMessageMetatable);
     lua_setmetatable(L, -2);
     return 1;
+}
+
+// A drawbot object for the call's duration: it goes out of scope with the
+// drawbot. Protected: making it allocates.
+int PushDrawbot(lua_State* L)
+{
+    return drawbot::PushDrawbotToLua(L, *static_cast<vyrui::drawbot::Drawbot*>(lua_touserdata(L, 1)));
 }
 
 int PushInteractiveChange(lua_State* L, const UI_InteractiveChange& change)
@@ -77,6 +86,10 @@ int PushArg(lua_State* L, const vyrui::ui::UI_NotificationArg& arg)
                     lua_pushnil(L);
             } else if constexpr (std::is_same_v<T, UI_InteractiveChange>)
                 return PushInteractiveChange(L, v);
+            else if constexpr (std::is_same_v<T, vyrcore::geom::PointF>)
+                return drawbot::PushPointF32ToLua(L, v);
+            else if constexpr (std::is_same_v<T, vyrui::drawbot::Drawbot*>)
+                utility::PushFromProtectedCall(L, PushDrawbot, v);
             return 1;
         },
         arg);
@@ -94,6 +107,16 @@ int PushNotificationArgs(lua_State* L, UI_Node& node, const vyrui::ui::UI_Notifi
     if (notification.passNode)
         count += PushNode(L, &node);
     return count;
+}
+
+bool NotifyLuaFunction(const LuaFunctionRef& function, UI_Node& node,
+                       const vyrui::ui::UI_Notification& notification)
+{
+    // Held: the function may detach itself.
+    LuaFunctionRef held = function;
+    return utility::CallLuaReference(
+        held, 0, [&](lua_State* L) { return PushNotificationArgs(L, node, notification); },
+        utility::NoResults, utility::OnLuaError::Report);
 }
 
 bool VyrBinder::UI_Notify(UI_Node& node, const vyrui::ui::UI_Notification& notification)

@@ -28,4 +28,11 @@ private:
 int PushNotificationArgs(lua_State* L, vyrui::ui::UI_Node& node,
                          const vyrui::ui::UI_Notification& notification);
 
+// Calls `function` with the notification's arguments and no results, for
+// notifications that answer nothing (a control's value change). A failure
+// is reported through the host error service. False when nothing was called
+// (no function, or the state is gone).
+bool NotifyLuaFunction(const LuaFunctionRef& function, vyrui::ui::UI_Node& node,
+                       const vyrui::ui::UI_Notification& notification);
+
 } // namespace vyrlua::ui

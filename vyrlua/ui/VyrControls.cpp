@@ -1,5 +1,7 @@
 #include "vyrlua/ui/VyrControls.h"
 
+#include "vyrlua/ui/controls/LuaSubView.h"
+
 #include "vyrlua/ui/InteractiveChangeMessage.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/ui/LuaUIEvents.h"
@@ -13,45 +15,65 @@ namespace vyrlua::ui {
 
 namespace {
 
-// Optional (id, rect) at `index` and `index + 1`: nil or absent for none.
-std::string OptionalID(lua_State* L, int index)
+// The arguments every constructor takes, read before anything is made (a
+// rectangle's __index may run a script): an optional node ID, an optional
+// rectangle, and an optional text (a window's title, a control's label).
+struct NodeArgs {
+    std::string_view id;
+    vyrcore::geom::RectF rect;
+    std::string_view text;
+};
+
+NodeArgs ReadNodeArgs(lua_State* L)
 {
-    return std::string(utility::OptLString(L, index, {}));
+    NodeArgs args;
+    args.id = utility::OptLString(L, 1, {});
+    if (!lua_isnoneornil(L, 2))
+        drawbot::GetRectF32FromLua(L, 2, args.rect);
+    args.text = utility::OptLString(L, 3, {});
+    return args;
 }
 
-vyrcore::geom::RectF OptionalRect(lua_State* L, int index)
+// Pushes the new node's wrapper (the factory protects its own pushes).
+int PushNew(lua_State* L, const NodePtr& node)
 {
-    vyrcore::geom::RectF rect;
-    if (!lua_isnoneornil(L, index))
-        drawbot::GetRectF32FromLua(L, index, rect);
-    return rect;
+    return LuaControlWrapperFactory(node, L) ? 1 : 0;
+}
+
+template <typename Node>
+boost::intrusive_ptr<Node> Make(const NodeArgs& args)
+{
+    return boost::intrusive_ptr<Node>(new Node(std::string(args.id), args.rect));
 }
 
 // NewNode([id], [rect]) -> a plain node, not in any tree.
 int NewNodeBody(lua_State* L)
 {
-    std::string id = OptionalID(L, 1);
-    vyrcore::geom::RectF rect = OptionalRect(L, 2);
-    NodePtr node(new vyrui::ui::UI_Node(std::move(id), rect));
-    return LuaControlWrapperFactory(node, L) ? 1 : 0;
+    NodeArgs args = ReadNodeArgs(L);
+    return PushNew(L, Make<vyrui::ui::UI_Node>(args));
 }
 
 // NewWindow([id], [rect], [title]) -> a top-level window; the rectangle is
 // its place on the screen.
 int NewWindowBody(lua_State* L)
 {
-    std::string id = OptionalID(L, 1);
-    vyrcore::geom::RectF rect = OptionalRect(L, 2);
-    std::u16string title = vyrcore::string::UTF8to16(utility::OptLString(L, 3, {}));
-    boost::intrusive_ptr<vyrui::ui::OS_Window> window(new vyrui::ui::OS_Window(std::move(id), rect));
-    window->SetTitle(std::move(title));
-    return LuaControlWrapperFactory(window, L) ? 1 : 0;
+    NodeArgs args = ReadNodeArgs(L);
+    auto window = Make<vyrui::ui::OS_Window>(args);
+    window->SetTitle(vyrcore::string::UTF8to16(args.text));
+    return PushNew(L, window);
 }
 
-// The constructor table; the controls add theirs here.
+// NewSubView([id], [rect]) -> a view the script draws (LuaSubView).
+int NewSubViewBody(lua_State* L)
+{
+    return PushNew(L, Make<LuaSubView>(ReadNodeArgs(L)));
+}
+
+// The constructor table.
 const luaL_Reg kConstructors[] = {
     {"NewNode", utility::LuaBoundary<NewNodeBody>},
     {"NewWindow", utility::LuaBoundary<NewWindowBody>},
+    {"NewSubView", utility::LuaBoundary<NewSubViewBody>},
     {nullptr, nullptr},
 };
 

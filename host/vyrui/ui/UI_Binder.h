@@ -10,6 +10,7 @@
 #pragma once
 
 #include "vyrcore/RefCounted.h"
+#include "vyrcore/geom.h"
 #include "vyrui/events/UIEvents.h"
 
 #include <initializer_list>
@@ -17,6 +18,10 @@
 #include <string>
 #include <string_view>
 #include <variant>
+
+namespace vyrui::drawbot {
+class Drawbot;
+}
 
 namespace vyrui::ui {
 
@@ -43,7 +48,8 @@ using UI_NotificationArg =
     std::variant<std::monostate, bool, int, double, std::string_view, std::u16string_view,
                  const events::MouseEvent*, const events::KeyboardEvent*,
                  const events::TouchEvent*, const events::MultiTouchEvent*,
-                 const events::GestureEvent*, UI_Node*, UI_InteractiveChange>;
+                 const events::GestureEvent*, UI_Node*, UI_InteractiveChange,
+                 vyrcore::geom::PointF, drawbot::Drawbot*>;
 
 struct UI_Notification {
     const char* operation;

@@ -6,6 +6,8 @@
 #pragma once
 
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
+#include "vyrlua/ui/controls/LuaControlViewWrapper.h"
+#include "vyrlua/ui/controls/LuaUI_SubViewWrapper.h"
 
 namespace vyrlua::ui {
 
@@ -15,6 +17,9 @@ struct WrapperClassList {
 };
 
 using AllWrapperClasses = WrapperClassList<
+    LuaInteractiveControlViewWrapper,
+    LuaControlViewWrapper,
+    LuaUI_SubViewWrapper,
     LuaUI_NodeWrapper>;
 
 } // namespace vyrlua::ui
