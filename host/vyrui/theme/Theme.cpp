@@ -50,7 +50,7 @@ ThemeDefinition MakeTheme(bool dark)
     t.SetMetric(kThemeMetric_CornerRadius, 4);
     t.SetMetric(kThemeMetric_BorderWidth, 1);
     t.SetMetric(kThemeMetric_FocusRingWidth, 2);
-    t.SetMetric(kThemeMetric_FocusRingGap, 1);
+    t.SetMetric(kThemeMetric_FocusRingGap, 0);
     t.SetMetric(kThemeMetric_CheckboxSize, 14);
     t.SetMetric(kThemeMetric_LabelGap, 6);
     t.SetMetric(kThemeMetric_Padding, 8);
