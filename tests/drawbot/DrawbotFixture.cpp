@@ -7,9 +7,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace vyrtest {
 
@@ -62,60 +59,12 @@ unsigned DrawbotTest::Pixel(SurfaceInterface& surface, int x, int y)
     return pixel;
 }
 
-namespace {
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
-}
-
-} // namespace
-
 void DrawbotTest::ExpectGolden(const std::string& name, const std::string& code)
 {
     boost::intrusive_ptr<SurfaceInterface> surface = SurfaceOf(code);
-    if (!surface)
-        return;
-    boost::intrusive_ptr<ImageInterface> actual = surface->GetSurfaceImage();
-    std::string golden = std::string(VYRLUA_GOLDEN_DIR) + "/" + name + ".png";
-
-    const char* update = std::getenv("VYRLUA_UPDATE_GOLDEN");
-    if (update != nullptr && std::strcmp(update, "1") == 0) {
-        std::string error;
-        EXPECT_TRUE(WritePNG(*actual, golden, &error)) << error;
-        return;
-    }
-
-    std::string bytes = ReadFile(golden);
-    ASSERT_FALSE(bytes.empty()) << "no golden " << golden
-                                << " (run with VYRLUA_UPDATE_GOLDEN=1 to make it)";
-    boost::intrusive_ptr<ImageInterface> expected =
-        vyrlua::drawbot::DefaultDrawSupplier()->NewImageFromBuffer(1, bytes.data(), bytes.size());
-    ASSERT_EQ(expected->GetWidth(), actual->GetWidth()) << name;
-    ASSERT_EQ(expected->GetHeight(), actual->GetHeight()) << name;
-
-    int worst = 0;
-    int off = 0;
-    for (int y = 0; y < actual->GetHeight(); ++y) {
-        const std::uint8_t* a = actual->GetPixels() + y * actual->GetStride();
-        const std::uint8_t* e = expected->GetPixels() + y * expected->GetStride();
-        for (int i = 0; i < actual->GetWidth() * 4; ++i) {
-            int diff = std::abs(int(a[i]) - int(e[i]));
-            worst = std::max(worst, diff);
-            off += diff > kGoldenTolerance;
-        }
-    }
-    if (worst > kGoldenTolerance) {
-        std::filesystem::create_directories(VYRLUA_GOLDEN_FAILURES);
-        std::string saved = std::string(VYRLUA_GOLDEN_FAILURES) + "/" + name + ".png";
-        WritePNG(*actual, saved);
-        ADD_FAILURE() << name << ": " << off << " channel values differ by more than "
-                      << kGoldenTolerance << " (worst " << worst << "); rendering saved as "
-                      << saved;
-    }
+    if (surface)
+        ExpectMatchesGolden(*surface->GetSurfaceImage(), {VYRLUA_GOLDEN_DIR, VYRLUA_GOLDEN_FAILURES},
+                            name);
 }
 
 } // namespace vyrtest

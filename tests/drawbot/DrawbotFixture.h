@@ -3,15 +3,13 @@
 // compared against golden PNGs.
 #pragma once
 
+#include "support/Golden.h"
 #include "support/LuaFixture.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 
 #include <string>
 
 namespace vyrtest {
-
-// Largest difference allowed in any channel of any pixel (0..255).
-inline constexpr int kGoldenTolerance = 2;
 
 class DrawbotTest : public LuaTest {
 protected:

@@ -1,7 +1,9 @@
 // The reference host's control base: press tracking and the mouse grab,
 // keyboard activation, interactive phases, script handlers first, and the
 // sub-view's layout.
-#include "vyrui/controls/UI_InteractiveControlView.h"
+#include "vyrui/controls/UI_Button.h"
+#include "vyrui/controls/UI_Checkbox.h"
+#include "vyrui/controls/UI_StaticText.h"
 #include "vyrui/controls/UI_TestingSupport.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_Container.h"
@@ -13,6 +15,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -245,4 +249,97 @@ TEST(HostSubView, BindingsKeepChildrenAtTheirEdges)
     auto supplier = vyrui::drawbot::CreateDefaultSupplier();
     vyrui::drawbot::Drawbot drawbot(supplier, supplier->NewOffscreenSurface(1, 1, true));
     EXPECT_THROW(parent->UI_DispatchDrawToChild(*stranger, drawbot), vyrcore::config::HostException);
+}
+
+namespace {
+
+// Clicks at the centre of `control` through the window, pausing between
+// press and release for `during`.
+void ClickThrough(OS_Window& window, UI_ControlView& control, const std::function<void()>& during = {})
+{
+    UI_NodeManager* manager = UI_NodeManager::Get();
+    MouseEvent e;
+    e.button = kMouseButton_Left;
+    const RectF& r = control.UI_GetLocalRectF();
+    e.position = {r.left + r.width / 2, r.top + r.height / 2};
+    e.type = MouseEventType::Down;
+    manager->DispatchMouseEvent(window, e);
+    if (during)
+        during();
+    e.type = MouseEventType::Up;
+    manager->DispatchMouseEvent(window, e);
+}
+
+} // namespace
+
+TEST(HostButton, NotifiesOnReleaseOnPressOrOnBothEdgesWhenSpringLoaded)
+{
+    boost::intrusive_ptr<OS_Window> window(new OS_Window("w", {0, 0, 100, 100}));
+    boost::intrusive_ptr<UI_Button> button(new UI_Button("b", {10, 10, 60, 24}, u"OK"));
+    UI_Container::ChildPushBack(*window, button);
+    std::vector<int> values;
+    button->NotifyWhenChanged([&](const std::shared_ptr<Message>&) { values.push_back(button->GetValue()); });
+
+    ClickThrough(*window, *button, [&] { EXPECT_TRUE(values.empty()); });
+    EXPECT_EQ(values, (std::vector<int>{0}));
+    EXPECT_TRUE(button->UI_HasKeyboardFocus());
+
+    values.clear();
+    button->SetNotificationOnMouseDown(true);
+    button->SetChangeFocusOnClick(false);
+    UI_NodeManager::Get()->ClearKeyboardFocus();
+    ClickThrough(*window, *button, [&] { EXPECT_EQ(values.size(), 1u); });
+    EXPECT_EQ(values.size(), 1u);
+    EXPECT_FALSE(button->UI_HasKeyboardFocus());
+
+    values.clear();
+    button->SetSpringLoaded(true);
+    ClickThrough(*window, *button, [&] { EXPECT_EQ(button->GetValue(), 1); });
+    EXPECT_EQ(values, (std::vector<int>{1, 0}));
+
+    button->SetValueUnknown();
+    button->SetValue(1);
+    EXPECT_FALSE(button->IsValueUnknown());
+    EXPECT_TRUE(button->GetControlState() & kControlState_On);
+    EXPECT_THROW(button->SetCornerRadius(-1), vyrcore::config::HostException);
+    EXPECT_THROW(button->SetStrokeSizes({1, NAN}), vyrcore::config::HostException);
+}
+
+TEST(HostCheckbox, AClickTogglesAndNotifiesASetDoesNot)
+{
+    boost::intrusive_ptr<OS_Window> window(new OS_Window("w", {0, 0, 200, 100}));
+    boost::intrusive_ptr<UI_Checkbox> box(new UI_Checkbox("c", {10, 10, 150, 20}, u"Loop"));
+    UI_Container::ChildPushBack(*window, box);
+    std::vector<bool> seen;
+    box->NotifyWhenChanged([&](const std::shared_ptr<Message>&) { seen.push_back(box->IsChecked()); });
+    ClickThrough(*window, *box);
+    box->SetChecked(false);
+    box->SetValueUnknown();
+    ClickThrough(*window, *box); // an unknown value becomes checked
+    box->SetEnabled(false);
+    ClickThrough(*window, *box);
+    EXPECT_EQ(seen, (std::vector<bool>{true, true}));
+    // The label sits right of the box, inside the control.
+    RectF label = box->GetLabelTextRect();
+    EXPECT_GT(label.left, box->GetBoxRect().Right());
+    EXPECT_EQ(label.Right(), 150);
+    EXPECT_THROW(box->SetTextAlignment(3), vyrcore::config::HostException);
+    UI_NodeManager::Get()->ClearKeyboardFocus();
+}
+
+TEST(HostStaticText, TakesNoPressNorFocusAndRefusesBadStyles)
+{
+    boost::intrusive_ptr<OS_Window> window(new OS_Window("w", {0, 0, 200, 100}));
+    boost::intrusive_ptr<UI_StaticText> text(new UI_StaticText("t", {10, 10, 150, 20}, u"Label"));
+    UI_Container::ChildPushBack(*window, text);
+    ClickThrough(*window, *text, [&] { EXPECT_FALSE(text->IsTracking()); });
+    EXPECT_FALSE(text->UI_GainKeyboardFocus(kFocusReason_Tab));
+    text->SetValueUnknown();
+    text->SetStringValue(u"Other");
+    EXPECT_EQ(text->GetLabelText(), u"Other");
+    EXPECT_FALSE(text->IsValueUnknown());
+    EXPECT_THROW(text->SetTextTruncation(4), vyrcore::config::HostException);
+    EXPECT_THROW(text->SetCustomFontStyle(2), vyrcore::config::HostException);
+    EXPECT_THROW(text->SetCustomFontSize(-1), vyrcore::config::HostException);
+    EXPECT_THROW(text->SetCustomTextColor({2, 0, 0, 1}), vyrcore::config::HostException);
 }

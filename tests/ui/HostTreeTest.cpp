@@ -275,7 +275,7 @@ unsigned Pixel(vyrui::drawbot::SurfaceInterface& surface, int x, int y)
 
 TEST(HostTree, WindowsDrawTheirTreeInOrderClippedAndScaled)
 {
-    constexpr unsigned kWhite = 0xFFFFFFFF, kRed = 0xFFFF0000, kGreen = 0xFF00FF00;
+    constexpr unsigned kBackground = 0xFFECECEC /* the light theme's window */, kRed = 0xFFFF0000, kGreen = 0xFF00FF00;
     boost::intrusive_ptr<OS_Window> window(new OS_Window("w", {300, 200, 40, 40}));
     UI_Container::ChildPushBack(*window, new Filled("red", {10, 10, 10, 10}, {1, 0, 0, 1}));
     UI_Node::Ptr panel = Node("panel", {20, 20, 10, 10});
@@ -289,11 +289,11 @@ TEST(HostTree, WindowsDrawTheirTreeInOrderClippedAndScaled)
     auto surface = window->RenderToSurface();
     ASSERT_TRUE(surface);
     EXPECT_EQ(surface->GetWidth(), 40);
-    EXPECT_EQ(Pixel(*surface, 2, 2), kWhite);
+    EXPECT_EQ(Pixel(*surface, 2, 2), kBackground);
     EXPECT_EQ(Pixel(*surface, 12, 12), kRed);
     EXPECT_EQ(Pixel(*surface, 25, 25), kGreen);
-    EXPECT_EQ(Pixel(*surface, 35, 35), kWhite); // the panel clips its child
-    EXPECT_EQ(Pixel(*surface, 17, 22), kWhite);
+    EXPECT_EQ(Pixel(*surface, 35, 35), kBackground); // the panel clips its child
+    EXPECT_EQ(Pixel(*surface, 17, 22), kBackground);
 
     window->SetViewScaleFactor(2);
     surface = window->RenderToSurface();
@@ -301,7 +301,7 @@ TEST(HostTree, WindowsDrawTheirTreeInOrderClippedAndScaled)
     EXPECT_EQ(surface->GetHeight(), 80);
     EXPECT_EQ(Pixel(*surface, 24, 24), kRed);
     EXPECT_EQ(Pixel(*surface, 50, 50), kGreen);
-    EXPECT_EQ(Pixel(*surface, 70, 70), kWhite);
+    EXPECT_EQ(Pixel(*surface, 70, 70), kBackground);
 }
 
 TEST(HostTree, KeyboardFocusNeedsAWillingVisibleEnabledNode)

@@ -1,5 +1,7 @@
 #include "vyrui/controls/UI_ControlView.h"
 
+#include "vyrui/drawbot/Painter.h"
+#include "vyrui/theme/Theme.h"
 #include "vyrui/ui/UI_InputCapture.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
@@ -91,6 +93,21 @@ void UI_ControlView::ValueIsKnown()
         return;
     mValueUnknown = false;
     UI_Invalidate();
+}
+
+float UI_ControlView::FocusRingRoom(const ui::ResolvedTheme& theme)
+{
+    return theme.Metric(ui::kThemeMetric_FocusRingWidth) + theme.Metric(ui::kThemeMetric_FocusRingGap);
+}
+
+void UI_ControlView::DrawFocusRing(drawbot::Painter& painter, const ui::ResolvedTheme& theme,
+                                   const RectF& face, float radius, float width) const
+{
+    if (!ShowsFocus() || !IsEffectivelyEnabled())
+        return;
+    painter.FocusRing(face, theme.Color(ui::kThemeColor_FocusRing),
+                      radius, width > 0 ? width : theme.Metric(ui::kThemeMetric_FocusRingWidth),
+                      theme.Metric(ui::kThemeMetric_FocusRingGap));
 }
 
 void UI_ControlView::SetDownState(bool down)

@@ -13,6 +13,13 @@
 #include <memory>
 #include <vector>
 
+namespace vyrui::drawbot {
+class Painter;
+}
+namespace vyrui::ui {
+class ResolvedTheme;
+}
+
 namespace vyrui::controls {
 
 using ui::PointF;
@@ -98,6 +105,13 @@ protected:
     void Deliver(const std::vector<ControlCallback>& callbacks, const std::shared_ptr<Message>& message);
     // A value was set: the control leaves the unknown state.
     void ValueIsKnown();
+    // How far inside its bounds a control draws its face, leaving room for
+    // the focus ring.
+    static float FocusRingRoom(const ui::ResolvedTheme& theme);
+    // The ring around `face` (drawn in the room FocusRingRoom leaves), when
+    // the control shows its focus.
+    void DrawFocusRing(drawbot::Painter& painter, const ui::ResolvedTheme& theme, const RectF& face,
+                       float radius, float width = 0) const;
 
     // Whether the control takes presses at all (static text does not).
     virtual bool TakesPresses() const { return true; }

@@ -93,7 +93,7 @@ private:
 
 class CairoFont final : public FontInterface {
 public:
-    CairoFont(std::u16string family, float size);
+    CairoFont(std::u16string family, float size, bool bold = false);
     ~CairoFont() override { pango_font_description_free(mDescription); }
     std::u16string GetFamily() const override { return mFamily; }
     float GetSize() const override { return mSize; }
@@ -145,6 +145,10 @@ public:
     float MeasureString(const FontInterface& font, std::u16string_view text) override;
     float MeasureMultiLineStringHeight(const FontInterface& font, std::u16string_view text,
                                        float width) override;
+    boost::intrusive_ptr<FontInterface> NewBoldFont(std::u16string_view family, float size) override;
+    std::size_t HitTestString(const FontInterface& font, std::u16string_view text, float x) override;
+    float GetCaretOffset(const FontInterface& font, std::u16string_view text,
+                         std::size_t index) override;
 
     // A Pango context on this supplier's fonts, set up for the given text
     // rendering (the caller unrefs it).

@@ -173,7 +173,8 @@ void CairoPath::Replay(cairo_t* cr) const
     }
 }
 
-CairoFont::CairoFont(std::u16string family, float size) : mFamily(std::move(family)), mSize(size)
+CairoFont::CairoFont(std::u16string family, float size, bool bold)
+    : mFamily(std::move(family)), mSize(size)
 {
     if (!std::isfinite(size) || size <= 0 || size > kMaxTextSize)
         throw std::invalid_argument("text size must be above 0 and at most 4096");
@@ -182,6 +183,8 @@ CairoFont::CairoFont(std::u16string family, float size) : mFamily(std::move(fami
     pango_font_description_set_family(mDescription, name.c_str());
     // Absolute: a point is a user-space unit, whatever the font resolution.
     pango_font_description_set_absolute_size(mDescription, static_cast<double>(size) * PANGO_SCALE);
+    if (bold)
+        pango_font_description_set_weight(mDescription, PANGO_WEIGHT_BOLD);
 }
 
 } // namespace vyrui::drawbot::cairo

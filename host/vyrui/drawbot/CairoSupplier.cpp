@@ -8,6 +8,7 @@
 #include <pango/pangofc-fontmap.h>
 #include <png.h>
 
+#include <algorithm>
 #include <bit>
 
 #include <cmath>
@@ -134,6 +135,12 @@ boost::intrusive_ptr<PathInterface> CairoSupplier::NewPath()
 boost::intrusive_ptr<FontInterface> CairoSupplier::NewFont(std::u16string_view family, float size)
 {
     return new CairoFont(std::u16string(family), size);
+}
+
+boost::intrusive_ptr<FontInterface> CairoSupplier::NewBoldFont(std::u16string_view family,
+                                                               float size)
+{
+    return new CairoFont(std::u16string(family), size, true);
 }
 
 namespace {
@@ -330,6 +337,99 @@ float CairoSupplier::MeasureMultiLineStringHeight(const FontInterface& font,
     pango_layout_get_extents(layout, nullptr, &logical);
     g_object_unref(layout);
     return static_cast<float>(logical.height) / PANGO_SCALE;
+}
+
+namespace {
+
+// The UTF-8 offset (in the text as Pango gets it) of every UTF-16 position
+// from 0 to the length: positions inside a surrogate pair share the pair's
+// start.
+std::vector<int> Utf8Offsets(std::u16string_view text)
+{
+    std::vector<int> offsets(text.size() + 1);
+    int byte = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        bool pair = i + 1 < text.size() && text[i] >= 0xD800 && text[i] <= 0xDBFF &&
+                    text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
+        std::size_t units = pair ? 2 : 1;
+        for (std::size_t k = 0; k < units; ++k)
+            offsets[i + k] = byte;
+        byte += static_cast<int>(PangoText(text.substr(i, units)).size());
+        i += units;
+    }
+    offsets[text.size()] = byte;
+    return offsets;
+}
+
+// A one-line layout of the text with its grapheme boundaries.
+struct CaretLayout {
+    PangoLayout* layout;
+    std::vector<int> offsets;      // UTF-16 position to UTF-8 offset
+    std::vector<bool> caretBefore; // per UTF-16 position: a grapheme starts there
+    ~CaretLayout() { g_object_unref(layout); }
+};
+
+void BuildCarets(CaretLayout& c, std::u16string_view text)
+{
+    pango_layout_set_single_paragraph_mode(c.layout, true);
+    c.offsets = Utf8Offsets(text);
+    int count = 0;
+    const PangoLogAttr* attrs = pango_layout_get_log_attrs_readonly(c.layout, &count);
+    // Log attributes are per character (code point) plus one for the end.
+    c.caretBefore.assign(text.size() + 1, false);
+    int character = 0;
+    for (std::size_t i = 0; i <= text.size(); ++i) {
+        bool starts = i == 0 || c.offsets[i] != c.offsets[i - 1];
+        if (!starts)
+            continue;
+        c.caretBefore[i] = character < count && attrs[character].is_cursor_position;
+        ++character;
+    }
+    c.caretBefore[0] = true;
+    c.caretBefore[text.size()] = true;
+}
+
+} // namespace
+
+std::size_t CairoSupplier::HitTestString(const FontInterface& font, std::u16string_view text,
+                                         float x)
+{
+    CheckRange("hit position", {x});
+    CaretLayout c{MeasureLayout(mMeasureContext, font, text), {}, {}};
+    BuildCarets(c, text);
+    if (x <= 0 || text.empty())
+        return 0;
+    int byte = 0, trailing = 0;
+    pango_layout_xy_to_index(c.layout, static_cast<int>(std::lround(x * PANGO_SCALE)), 0, &byte,
+                             &trailing);
+    (void)trailing; // Pango splits a cluster's width among its characters
+    // The grapheme hit, then whichever of its edges is nearer.
+    std::size_t start = static_cast<std::size_t>(
+        std::upper_bound(c.offsets.begin(), c.offsets.end(), byte) - c.offsets.begin() - 1);
+    while (start > 0 && !c.caretBefore[start])
+        --start;
+    std::size_t end = std::min(start + 1, text.size());
+    while (end < text.size() && !c.caretBefore[end])
+        ++end;
+    PangoRectangle a, b;
+    pango_layout_index_to_pos(c.layout, c.offsets[start], &a);
+    pango_layout_index_to_pos(c.layout, c.offsets[end], &b);
+    double px = static_cast<double>(x) * PANGO_SCALE;
+    std::size_t index = std::fabs(px - a.x) <= std::fabs(px - b.x) ? start : end;
+    return std::min(index, text.size());
+}
+
+float CairoSupplier::GetCaretOffset(const FontInterface& font, std::u16string_view text,
+                                    std::size_t index)
+{
+    CaretLayout c{MeasureLayout(mMeasureContext, font, text), {}, {}};
+    BuildCarets(c, text);
+    index = std::min(index, text.size());
+    while (index > 0 && !c.caretBefore[index])
+        --index;
+    PangoRectangle pos;
+    pango_layout_index_to_pos(c.layout, c.offsets[index], &pos);
+    return static_cast<float>(pos.x) / PANGO_SCALE;
 }
 
 } // namespace vyrui::drawbot::cairo

@@ -11,6 +11,7 @@
 namespace vyrui::drawbot {
 
 class Drawbot;
+class PainterCache;
 
 // Valid until the drawbot that issued it is destroyed or the holder ends it.
 class DrawbotLease : public vyrcore::utility::RefCountedObject {
@@ -26,8 +27,11 @@ private:
 
 class Drawbot {
 public:
+    // `cache` holds the painter's objects for this surface; a drawbot
+    // without one makes its own, for this drawing only.
     Drawbot(std::shared_ptr<SupplierInterface> supplier,
-            boost::intrusive_ptr<SurfaceInterface> surface);
+            boost::intrusive_ptr<SurfaceInterface> surface,
+            std::shared_ptr<PainterCache> cache = nullptr);
     ~Drawbot();
     Drawbot(const Drawbot&) = delete;
     Drawbot& operator=(const Drawbot&) = delete;
@@ -35,6 +39,7 @@ public:
     SupplierInterface* GetSupplier() const { return mSupplier.get(); }
     const std::shared_ptr<SupplierInterface>& GetSupplierPtr() const { return mSupplier; }
     SurfaceInterface* GetSurface() const { return mSurface.get(); }
+    PainterCache& GetPainterCache();
 
     // Records a hand-out of this drawbot or its surface.
     boost::intrusive_ptr<DrawbotLease> HandOut();
@@ -44,6 +49,7 @@ public:
 private:
     std::shared_ptr<SupplierInterface> mSupplier;
     boost::intrusive_ptr<SurfaceInterface> mSurface;
+    std::shared_ptr<PainterCache> mCache;
     std::vector<boost::intrusive_ptr<DrawbotLease>> mHandOuts;
 };
 

@@ -197,6 +197,24 @@ public:
     // Height of the text wrapped at `width` (no wrapping when width <= 0).
     virtual float MeasureMultiLineStringHeight(const FontInterface& font, std::u16string_view text,
                                                float width) = 0;
+
+    // The same font in bold (a family without a bold face is drawn
+    // emboldened).
+    virtual boost::intrusive_ptr<FontInterface> NewBoldFont(std::u16string_view family,
+                                                            float size) = 0;
+
+    // Caret positions in one line of text, which move by whole graphemes
+    // (a letter and its accents, a surrogate pair, an emoji sequence). Indices
+    // are UTF-16 positions from 0 to the text's length; x is measured from
+    // the text's left end.
+    // The caret position nearest to `x` (0 before the text, the length
+    // after it).
+    virtual std::size_t HitTestString(const FontInterface& font, std::u16string_view text,
+                                      float x) = 0;
+    // The x of the caret at `index`; an index inside a grapheme counts as the
+    // grapheme's start, one past the end as the end.
+    virtual float GetCaretOffset(const FontInterface& font, std::u16string_view text,
+                                 std::size_t index) = 0;
 };
 
 } // namespace vyrui::drawbot

@@ -1,7 +1,8 @@
 #include "vyrui/ui/OS_Window.h"
 
 #include "vyrcore/config.h"
-#include "vyrui/drawbot/Drawbot.h"
+#include "vyrui/drawbot/Painter.h"
+#include "vyrui/theme/Theme.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <cmath>
@@ -26,6 +27,12 @@ void OS_Window::SetViewScaleFactor(float scale)
         throw vyrcore::config::HostException("OS_Window: the scale factor must be finite and > 0");
     mScale = scale;
     UI_Invalidate();
+}
+
+void OS_Window::UI_DrawSelf(drawbot::Drawbot& drawbot)
+{
+    drawbot::Painter(drawbot).Fill(UI_GetBoundsF(),
+                                   ResolvedTheme(*this).Color(kThemeColor_WindowBackground));
 }
 
 void OS_Window::SetDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier)

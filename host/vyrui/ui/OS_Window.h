@@ -30,6 +30,9 @@ public:
     void SetViewScaleFactor(float scale);
     float GetViewScaleFactor() const override { return mScale; }
 
+    // The theme's window background under everything.
+    void UI_DrawSelf(drawbot::Drawbot& drawbot) override;
+
     void SetDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier);
     std::shared_ptr<drawbot::SupplierInterface> UI_GetDrawSupplier() const override;
 
