@@ -1,6 +1,9 @@
 #include "vyrlua/ui/VyrControls.h"
 
 #include "vyrlua/ui/controls/LuaSubView.h"
+#include "vyrui/controls/UI_Button.h"
+#include "vyrui/controls/UI_Checkbox.h"
+#include "vyrui/controls/UI_StaticText.h"
 
 #include "vyrlua/ui/InteractiveChangeMessage.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
@@ -69,11 +72,24 @@ int NewSubViewBody(lua_State* L)
     return PushNew(L, Make<LuaSubView>(ReadNodeArgs(L)));
 }
 
+// NewButton / NewCheckbox / NewStaticText([id], [rect], [text]): the text
+// is the button's title, the check box's label, the static text's string.
+template <typename Control>
+int NewControlBody(lua_State* L)
+{
+    NodeArgs args = ReadNodeArgs(L);
+    return PushNew(L, boost::intrusive_ptr<Control>(new Control(
+                          std::string(args.id), args.rect, vyrcore::string::UTF8to16(args.text))));
+}
+
 // The constructor table.
 const luaL_Reg kConstructors[] = {
     {"NewNode", utility::LuaBoundary<NewNodeBody>},
     {"NewWindow", utility::LuaBoundary<NewWindowBody>},
     {"NewSubView", utility::LuaBoundary<NewSubViewBody>},
+    {"NewButton", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Button>>},
+    {"NewCheckbox", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Checkbox>>},
+    {"NewStaticText", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_StaticText>>},
     {nullptr, nullptr},
 };
 

@@ -6,7 +6,10 @@
 #pragma once
 
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
+#include "vyrlua/ui/controls/LuaCheckboxWrapper.h"
 #include "vyrlua/ui/controls/LuaControlViewWrapper.h"
+#include "vyrlua/ui/controls/LuaStaticTextWrapper.h"
+#include "vyrlua/ui/controls/LuaUI_ButtonWrapper.h"
 #include "vyrlua/ui/controls/LuaUI_SubViewWrapper.h"
 
 namespace vyrlua::ui {
@@ -17,6 +20,9 @@ struct WrapperClassList {
 };
 
 using AllWrapperClasses = WrapperClassList<
+    LuaStaticTextWrapper,
+    LuaCheckboxWrapper,
+    LuaUI_ButtonWrapper,
     LuaInteractiveControlViewWrapper,
     LuaControlViewWrapper,
     LuaUI_SubViewWrapper,
