@@ -3,6 +3,7 @@
 #include "UiFixture.h"
 
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
+#include "vyrlua/ui/LuaWrapperMethods.h"
 #include "vyrui/ui/OS_ScaledView.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_Container.h"
@@ -28,6 +29,23 @@ struct Counted : UI_Node {
 struct ForeignNode : UI_Node {};
 struct ForeignWrapper : vyrlua::ui::LuaUI_NodeWrapper {
     using LuaUI_NodeWrapper::LuaUI_NodeWrapper;
+};
+
+// Another library's control, given a wrapper class of its own through the
+// same list-free path.
+struct PluginNode : UI_Node {
+    int pings = 0;
+    int Ping() { return ++pings; }
+};
+struct LuaPluginWrapper
+    : vyrlua::ui::LuaWrapperClass<LuaPluginWrapper, PluginNode, vyrlua::ui::LuaUI_NodeWrapper> {
+    using LuaWrapperClass::LuaWrapperClass;
+    static constexpr const char* kMetatableName = "test.PluginNode";
+    static const luaL_Reg methods[];
+};
+const luaL_Reg LuaPluginWrapper::methods[] = {
+    {"Ping", vyrlua::ui::Method<PluginNode, &PluginNode::Ping>},
+    {nullptr, nullptr},
 };
 
 } // namespace
@@ -121,6 +139,19 @@ TEST_F(UiTest, AnInstalledFactoryFunctionComesBeforeTheBuiltInClasses)
     EXPECT_EQ(lua_gettop(L()), top);
     EXPECT_EQ(Eval("return tostring(vyrcontrols.NewNode('p')):match('^vyrUINode%[ p %]') ~= nil"),
               "true");
+}
+
+TEST_F(UiTest, AnotherLibrarysWrapperClassGetsItsOwnFlattenedMetatable)
+{
+    static bool installed = false;
+    if (!installed) {
+        installed = true;
+        vyrlua::ui::InstallLuaWrapperClass<LuaPluginWrapper>();
+    }
+    SetGlobalNode("p", NodePtr(new PluginNode));
+    EXPECT_EQ(Eval("return getmetatable(p) == debug.getregistry()['test.PluginNode']"), "true");
+    EXPECT_EQ(Eval("p:UI_SetNodeID('plug') return p:Ping() + p:Ping() .. p:UI_GetNodeID()"), "3plug");
+    EXPECT_EQ(Error("p.Ping(vyrcontrols.NewNode())"), "Invalid type conversion.");
 }
 
 TEST_F(UiTest, ChildGetIsOneBasedWhileSwapAndMoveAreZeroBased)
