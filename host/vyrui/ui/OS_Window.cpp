@@ -47,27 +47,85 @@ std::shared_ptr<drawbot::SupplierInterface> OS_Window::UI_GetDrawSupplier() cons
     return UI_Node::UI_GetDrawSupplier();
 }
 
+namespace {
+
+// The window's size in device pixels; false when there is nothing to draw
+// or too much.
+bool DeviceSize(const RectF& rect, float scale, int& width, int& height)
+{
+    double w = std::ceil(static_cast<double>(rect.width) * scale);
+    double h = std::ceil(static_cast<double>(rect.height) * scale);
+    if (!(w >= 1 && h >= 1) || w > 1e6 || h > 1e6)
+        return false;
+    width = static_cast<int>(w);
+    height = static_cast<int>(h);
+    return true;
+}
+
+void Zoom(drawbot::SurfaceInterface& surface, float scale)
+{
+    if (scale == 1)
+        return;
+    vyrcore::geom::MatrixF zoom;
+    zoom.m[0] = scale;
+    zoom.m[4] = scale;
+    surface.ConcatTransform(zoom);
+}
+
+} // namespace
+
 boost::intrusive_ptr<drawbot::SurfaceInterface> OS_Window::RenderToSurface()
 {
     std::shared_ptr<drawbot::SupplierInterface> supplier = UI_GetDrawSupplier();
-    const RectF& rect = UI_GetLocalRectF();
-    double width = std::ceil(static_cast<double>(rect.width) * mScale);
-    double height = std::ceil(static_cast<double>(rect.height) * mScale);
-    if (!supplier || !(width >= 1 && height >= 1) || width > 1e6 || height > 1e6)
+    int width = 0, height = 0;
+    if (!supplier || !DeviceSize(UI_GetLocalRectF(), mScale, width, height))
         return {};
     boost::intrusive_ptr<drawbot::SurfaceInterface> surface =
-        supplier->NewOffscreenSurface(static_cast<int>(width), static_cast<int>(height), true);
+        supplier->NewOffscreenSurface(width, height, true);
     if (!surface)
         return {};
-    drawbot::Drawbot drawbot(supplier, surface);
-    if (mScale != 1) {
-        vyrcore::geom::MatrixF zoom;
-        zoom.m[0] = mScale;
-        zoom.m[4] = mScale;
-        surface->ConcatTransform(zoom);
-    }
+    if (!mPainterCache)
+        mPainterCache = std::make_shared<drawbot::PainterCache>();
+    drawbot::Drawbot drawbot(supplier, surface, mPainterCache);
+    Zoom(*surface, mScale);
     UI_Draw(drawbot);
     return surface;
+}
+
+boost::intrusive_ptr<drawbot::SurfaceInterface> OS_Window::RenderRegion(const RectI& dirty)
+{
+    std::shared_ptr<drawbot::SupplierInterface> supplier = UI_GetDrawSupplier();
+    int width = 0, height = 0;
+    if (!supplier || !DeviceSize(UI_GetLocalRectF(), mScale, width, height)) {
+        mRetained.reset();
+        return {};
+    }
+    RectI area = dirty;
+    if (!mRetained || mRetained->GetWidth() != width || mRetained->GetHeight() != height ||
+        mRetainedScale != mScale || mRetained->GetSupplier() != supplier) {
+        mRetained = supplier->NewOffscreenSurface(width, height, true);
+        mRetainedScale = mScale;
+        area = RoundOutward(UI_GetBoundsF());
+    }
+    if (area.width <= 0 || area.height <= 0)
+        return mRetained;
+    if (!mPainterCache)
+        mPainterCache = std::make_shared<drawbot::PainterCache>();
+    drawbot::Drawbot drawbot(supplier, mRetained, mPainterCache);
+    mRetained->PushState();
+    try {
+        Zoom(*mRetained, mScale);
+        boost::intrusive_ptr<drawbot::PathInterface> clip = supplier->NewPath();
+        clip->AddRect({static_cast<float>(area.left), static_cast<float>(area.top),
+                       static_cast<float>(area.width), static_cast<float>(area.height)});
+        mRetained->ClipToPath(*clip, false);
+        UI_Draw(drawbot);
+    } catch (...) {
+        mRetained->PopState();
+        throw;
+    }
+    mRetained->PopState();
+    return mRetained;
 }
 
 void OS_Window::UI_UpdateNow()
@@ -77,11 +135,14 @@ void OS_Window::UI_UpdateNow()
         return;
     }
     RectI dirty = UI_GetDirtyRegion();
-    if (dirty.width <= 0 || dirty.height <= 0 || !mRender)
+    if (dirty.width <= 0 || dirty.height <= 0)
         return;
     UI_ClearDirtyRegion();
     ++mRenders;
-    mRender(*this, dirty);
+    if (mRender)
+        mRender(*this, dirty);
+    else
+        RenderRegion(dirty);
 }
 
 UI_Dialog::~UI_Dialog()

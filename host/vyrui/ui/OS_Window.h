@@ -12,6 +12,7 @@
 #include <boost/intrusive_ptr.hpp>
 
 namespace vyrui::drawbot {
+class PainterCache;
 class SurfaceInterface;
 }
 
@@ -41,7 +42,19 @@ public:
     // without a supplier.
     boost::intrusive_ptr<drawbot::SurfaceInterface> RenderToSurface();
 
-    // Draws `dirty` (window coordinates) of the window.
+    // Draws `dirty` (window coordinates) into the window's own surface,
+    // which it keeps between updates, and returns that surface: pixels
+    // outside the area stay as they were and only nodes that reach into it
+    // draw. The first time, or after a change of size, scale or supplier,
+    // the whole window is drawn. Null when RenderToSurface would be.
+    boost::intrusive_ptr<drawbot::SurfaceInterface> RenderRegion(const RectI& dirty);
+    const boost::intrusive_ptr<drawbot::SurfaceInterface>& GetRetainedSurface() const
+    {
+        return mRetained;
+    }
+
+    // Presents `dirty` (window coordinates) of the window; without one, the
+    // window renders the region into its own surface (RenderRegion).
     using RenderFunction = std::function<void(OS_Window& window, const RectI& dirty)>;
     void SetRenderFunction(RenderFunction render) { mRender = std::move(render); }
     // Renders the dirty region, if any, and clears it.
@@ -52,6 +65,10 @@ private:
     std::u16string mTitle;
     float mScale = 1;
     std::shared_ptr<drawbot::SupplierInterface> mSupplier;
+    boost::intrusive_ptr<drawbot::SurfaceInterface> mRetained;
+    float mRetainedScale = 0;
+    // Brushes, pens and fonts kept from frame to frame.
+    std::shared_ptr<drawbot::PainterCache> mPainterCache;
     RenderFunction mRender;
     int mRenders = 0;
 };

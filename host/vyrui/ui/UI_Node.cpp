@@ -58,6 +58,13 @@ std::optional<drawbot::ColorRGBA> UI_ThemeComponent::GetCustomColor(int slot) co
     return it->second;
 }
 
+// A node's drawing kept for the next frames.
+struct UI_Node::DrawCache {
+    boost::intrusive_ptr<drawbot::ImageInterface> image;
+    PointF scale;       // device pixels per unit it was made at
+    bool stale = true;
+};
+
 UI_Node::UI_Node() = default;
 
 UI_Node::UI_Node(std::string id, const RectF& rect) : mID(std::move(id))
@@ -353,7 +360,18 @@ void UI_Node::UI_Draw(drawbot::Drawbot& drawbot)
         if (!surface->IsWithinClipBounds(bounds))
             return;
     }
-    UI_DrawSelf(drawbot);
+    if (!DrawCached(drawbot))
+        DrawContent(drawbot);
+}
+
+void UI_Node::DrawContent(drawbot::Drawbot& drawbot)
+{
+    drawbot::SurfaceInterface* surface = drawbot.GetSurface();
+    // Outside the area being drawn (a window's dirty region), the node's own
+    // drawing would change no pixel; its children may still reach in.
+    RectF bounds = UI_GetBoundsF();
+    if (!bounds.IsEmpty() && surface->IsWithinClipBounds(bounds))
+        UI_DrawSelf(drawbot);
     if (mChildren.empty())
         return;
     SavedSurfaceState childSpace(*surface);
@@ -362,6 +380,52 @@ void UI_Node::UI_Draw(drawbot::Drawbot& drawbot)
     std::vector<Ptr> children = mChildren;
     for (const Ptr& child : children)
         child->UI_Draw(drawbot);
+}
+
+void UI_Node::UI_SetDrawCachePolicy(int policy)
+{
+    if (policy == mDrawCachePolicy)
+        return;
+    mDrawCachePolicy = policy;
+    mDrawCache.reset();
+    UI_Invalidate();
+}
+
+bool UI_Node::DrawCached(drawbot::Drawbot& drawbot)
+{
+    bool always = mDrawCachePolicy == kDrawCachePolicy_Always;
+    if (!always && mDrawCachePolicy != kDrawCachePolicy_AlwaysAsBitmap) {
+        mDrawCache.reset();
+        return false;
+    }
+    drawbot::SurfaceInterface& surface = *drawbot.GetSurface();
+    PointF scale = surface.GetTransformToScreenScale();
+    double width = std::ceil(double(mRect.width) * scale.x);
+    double height = std::ceil(double(mRect.height) * scale.y);
+    if (!(width >= 1 && height >= 1) ||
+        width * height > double(drawbot::kMaxSurfacePixels) ||
+        std::max(width, height) > drawbot::kMaxSurfaceSide)
+        return false; // nothing to keep, or too large to keep: drawn directly
+    if (!mDrawCache)
+        mDrawCache = std::make_unique<DrawCache>();
+    DrawCache& cache = *mDrawCache;
+    bool rescaled = always && (cache.scale.x != scale.x || cache.scale.y != scale.y);
+    if (cache.stale || !cache.image || rescaled) {
+        boost::intrusive_ptr<drawbot::SurfaceInterface> bitmap = drawbot.GetSupplier()->NewOffscreenSurface(
+            static_cast<int>(width), static_cast<int>(height), false);
+        bitmap->SetDeviceDependentTextRendering(surface.GetDeviceDependentTextRendering());
+        vyrcore::geom::MatrixF zoom;
+        zoom.m[0] = scale.x;
+        zoom.m[4] = scale.y;
+        bitmap->ConcatTransform(zoom);
+        drawbot::Drawbot inner(drawbot.GetSupplierPtr(), bitmap);
+        DrawContent(inner);
+        cache.image = bitmap->GetSurfaceImage();
+        cache.scale = scale;
+        cache.stale = false;
+    }
+    surface.DrawImage(*cache.image, UI_GetBoundsF(), nullptr, 1);
+    return true;
 }
 
 UI_ThemeComponent& UI_Node::UI_GetThemeComponent()
@@ -387,6 +451,10 @@ void UI_Node::UI_Invalidate()
 
 void UI_Node::UI_Invalidate(const RectI& area)
 {
+    for (UI_Node* node = this; node; node = node->mParent) {
+        if (node->mDrawCache)
+            node->mDrawCache->stale = true;
+    }
     if (!UI_IsVisible() || area.width <= 0 || area.height <= 0)
         return;
     RectF local{static_cast<float>(area.left), static_cast<float>(area.top),

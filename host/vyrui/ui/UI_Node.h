@@ -177,9 +177,14 @@ public:
     // (identity here; scaled views scale).
     virtual vyrcore::geom::MatrixF UI_GetChildSpaceTransform() const { return {}; }
 
-    // Drawing state. The cache policy is recorded for the drawing layer;
-    // this host draws every node on every update.
-    void UI_SetDrawCachePolicy(int policy) { mDrawCachePolicy = policy; }
+    // Drawing state. The cache policy says whether the node keeps its
+    // drawing (its own and its subtree's, clipped to its bounds) as a bitmap
+    // that is drawn again until the node or a descendant is invalidated.
+    // Default and Never draw every time; Always keeps a bitmap at the
+    // device resolution, made again when the drawing scale changes;
+    // AlwaysAsBitmap keeps its bitmap across scale changes, scaling it (the
+    // cheap path for zooming and animation). Other values draw as Default.
+    void UI_SetDrawCachePolicy(int policy);
     int UI_GetDrawCachePolicy() const { return mDrawCachePolicy; }
     UI_ThemeComponent& UI_GetThemeComponent();
     const UI_ThemeComponent* UI_FindThemeComponent() const { return mTheme.get(); }
@@ -189,7 +194,8 @@ public:
 
     // Invalidation: the area (local coordinates; whole units, or the whole
     // node) is added to the root's dirty region, which the next update draws.
-    // Hidden nodes invalidate nothing.
+    // Hidden nodes add no area. Any invalidation makes the cached drawing of
+    // the node and its ancestors stale.
     void UI_Invalidate();
     void UI_Invalidate(const RectI& area);
     // On the root: the accumulated dirty area in root coordinates (empty when
@@ -263,7 +269,13 @@ private:
         uint64_t task = 0;
     };
 
+    struct DrawCache;
     void AddDirty(const RectI& rootArea);
+    // Self and children, at the current origin.
+    void DrawContent(drawbot::Drawbot& drawbot);
+    // Draws through the cached bitmap (made again if stale); false when the
+    // node does not cache.
+    bool DrawCached(drawbot::Drawbot& drawbot);
     void CancelAllTimers();
     void ScheduleTimer(int timerID, Timer& timer);
 
@@ -285,6 +297,7 @@ private:
 
     RectI mDirty;
     std::unique_ptr<UI_ThemeComponent> mTheme;
+    std::unique_ptr<DrawCache> mDrawCache;
     std::any mProperty;
     boost::intrusive_ptr<UI_Binder> mBinder;
     std::map<int, Timer> mTimers;
