@@ -42,8 +42,7 @@ boost::intrusive_ptr<SurfaceInterface> DrawbotTest::SurfaceOf(const std::string&
         lua_settop(S, base);
         return nullptr;
     }
-    auto* object = vyrlua::drawbot::TestBlock<vyrlua::drawbot::SurfaceObject>(
-        S, -1, vyrlua::drawbot::kSurfaceMetatable);
+    auto* object = vyrlua::drawbot::LuaSurface::Test(S, -1);
     boost::intrusive_ptr<SurfaceInterface> surface(object ? object->surface : nullptr);
     lua_settop(S, base);
     if (!surface)

@@ -184,7 +184,8 @@ TEST_F(DrawbotTest, ForgedBlocksAreRefusedAndCollectedQuietly)
         local forged = newproxy(false)
         debug.setmetatable(forged, getmetatable(supplier:CreateOffscreenSurface(1, 1)))
         forged:Flush())"),
-              "test:4: Bad user data");
+              "test:4: calling 'Flush' on bad self (vyrlua.vyrSurfaceInterface expected, got "
+              "userdata)");
     Run(R"(
         for _, name in ipairs { "vyrlua.vyrDrawbot", "vyrlua.vyrPathInterface", "vyrlua.Shader",
                                 "vyrlua.drawbot.PenInterface", "vyrlua.vyrImageInterface",

@@ -1,4 +1,4 @@
-// What the drawing object kinds share: making their userdata, reaching the
+// What the drawing object kinds share: their payloads, reaching the
 // node manager's suppliers, the UI font, and turning the drawing layer's
 // refusals into Lua errors at the script's line.
 #pragma once
@@ -9,7 +9,6 @@
 
 #include <memory>
 #include <stdexcept>
-#include <type_traits>
 
 namespace vyrlua::drawbot {
 
@@ -22,43 +21,20 @@ using vyrui::drawbot::RectF;
 using MetatableRegistrar = void (*)(lua_State* L);
 void PushMetatable(lua_State* L, const char* name, MetatableRegistrar registrar);
 
-// A new userdata holding a zeroed Block, with the metatable already set so
-// its __gc runs whatever happens next. Raises Lua errors (memory): call it
-// while no object with a destructor is alive in the calling frame.
-template <typename Block>
-Block* NewObject(lua_State* L, const char* name, MetatableRegistrar registrar)
-{
-    static_assert(std::is_trivially_copyable_v<Block>);
-    PushMetatable(L, name, registrar);
-    auto* block = static_cast<Block*>(lua_newuserdata(L, sizeof(Block)));
-    *block = Block{};
-    lua_pushvalue(L, -2);
-    lua_setmetatable(L, -2);
-    lua_remove(L, -2);
-    return block;
-}
+// The payload of the kinds that hold one counted drawing object (paths,
+// pens, shaders, images): the object, null once released.
+template <typename T>
+struct Held {
+    boost::intrusive_ptr<T> object;
+};
 
-// The block of a userdata of kind `name` at `narg`: the standard argument
-// error for anything else, "Bad user data" for one too small to be ours
-// (debug.setmetatable can give any userdata our metatable).
-// `name` is text, or an InternedName for kinds checked on every call.
-template <typename Block, typename Name>
-Block* CheckBlock(lua_State* L, int narg, const Name& name)
-{
-    void* block = utility::CheckUData(L, narg, name);
-    if (lua_objlen(L, narg) < sizeof(Block))
-        throw utility::LuaError("Bad user data");
-    return static_cast<Block*>(block);
-}
-
-// The same, or null for anything that is not a whole block of that kind.
-template <typename Block, typename Name>
-Block* TestBlock(lua_State* L, int narg, const Name& name)
-{
-    void* block = utility::TestUData(L, narg, name);
-    return block != nullptr && lua_objlen(L, narg) >= sizeof(Block) ? static_cast<Block*>(block)
-                                                                     : nullptr;
-}
+// Their life cycle, for their LuaKind traits.
+template <typename T>
+struct HeldKind {
+    using Payload = Held<T>;
+    static const void* Identity(Payload& held) { return held.object.get(); }
+    static void Release(Payload& held) { held.object.reset(); }
+};
 
 // The node manager's suppliers: the default one for measuring without a
 // surface, the OS one for surfaces that bring no supplier of their own.

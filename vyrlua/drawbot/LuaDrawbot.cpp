@@ -13,13 +13,6 @@ namespace vyrlua::drawbot {
 using namespace vyrui::drawbot;
 using utility::LuaBoundary;
 
-namespace {
-
-DrawbotProxy* CheckProxy(lua_State* L, int narg)
-{
-    return CheckBlock<DrawbotProxy>(L, narg, kDrawbotMetatable);
-}
-
 Drawbot* LiveDrawbot(const DrawbotProxy& proxy)
 {
     if (proxy.owned)
@@ -27,7 +20,7 @@ Drawbot* LiveDrawbot(const DrawbotProxy& proxy)
     return proxy.lease != nullptr ? proxy.lease->GetDrawbot() : nullptr;
 }
 
-void ReleaseProxy(DrawbotProxy& proxy)
+void DrawbotKind::Release(DrawbotProxy& proxy)
 {
     if (proxy.owned)
         delete proxy.drawbot;
@@ -40,72 +33,41 @@ void ReleaseProxy(DrawbotProxy& proxy)
     }
 }
 
+namespace {
+
 // --- drawbot object methods ------------------------------------------
 
-int GcBody(lua_State* L)
-{
-    if (auto* proxy = TestBlock<DrawbotProxy>(L, 1, kDrawbotMetatable))
-        ReleaseProxy(*proxy);
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    Drawbot* drawbot = LiveDrawbot(*CheckProxy(L, 1));
-    if (drawbot == nullptr)
-        lua_pushliteral(L, "vyrDrawbot(released)");
-    else
-        lua_pushfstring(L, "vyrDrawbot(%p)", static_cast<void*>(drawbot));
-    return 1;
-}
-
-struct SurfaceRequest {
-    Drawbot* drawbot;
-    int width;
-    int height;
-    bool flag;
-};
-
-OwnedSurface MakeSurface(lua_State*, void* context)
-{
-    auto* request = static_cast<SurfaceRequest*>(context);
-    OwnedSurface made;
-    made.surface = request->drawbot->GetSupplier()->NewOffscreenSurface(
-        request->width, request->height, request->flag);
-    return made;
-}
-
+// Width, height and flag first, then the new object's block, then the
+// drawbot it is made from.
 int CreateOffscreenSurfaceBody(lua_State* L)
 {
-    Drawbot* drawbot = LiveDrawbot(*CheckProxy(L, 1));
-    SurfaceRequest request{drawbot, utility::CheckInt(L, 2), utility::CheckInt(L, 3),
-                           lua_toboolean(L, 4) != 0};
-    if (drawbot == nullptr)
+    int width = utility::CheckInt(L, 2);
+    int height = utility::CheckInt(L, 3);
+    bool flag = lua_toboolean(L, 4) != 0;
+    CheckDrawbot(L, 1);
+    SurfaceObject* object = LuaSurface::Push(L);
+    Drawbot* drawbot = CheckDrawbot(L, 1);
+    if (drawbot == nullptr) {
+        lua_pop(L, 1);
         return 0;
-    return PushOwnedSurface(L, MakeSurface, &request);
+    }
+    return AdoptOwnedSurface(
+        L, *object, drawbot->GetSupplier()->NewOffscreenSurface(width, height, flag), nullptr);
 }
 
 int GetSurfaceBody(lua_State* L)
 {
-    DrawbotProxy* proxy = CheckProxy(L, 1);
-    Drawbot* drawbot = LiveDrawbot(*proxy);
-    if (drawbot == nullptr)
+    if (CheckDrawbot(L, 1) == nullptr)
         return 0;
-    return PushHandedOutSurface(L, *drawbot, *proxy, 1);
+    return PushHandedOutSurface(L, 1);
 }
 
 int GetSupplierBody(lua_State* L)
 {
-    Drawbot* drawbot = LiveDrawbot(*CheckProxy(L, 1));
+    Drawbot* drawbot = CheckDrawbot(L, 1);
     if (drawbot == nullptr)
         return 0;
     return PushSupplierToLua(L, drawbot->GetSupplier());
-}
-
-int ReleaseBody(lua_State* L)
-{
-    ReleaseProxy(*CheckProxy(L, 1));
-    return 0;
 }
 
 // --- module functions ------------------------------------------------
@@ -116,22 +78,26 @@ int SetRedrawDebugFlashDelayBody(lua_State* L)
     return 0;
 }
 
-void FillNewDrawbot(DrawbotProxy& proxy, SurfaceInterface& surface)
+SurfaceInterface* LiveSurfaceAt(lua_State* L, int narg)
 {
-    std::shared_ptr<SupplierInterface> supplier = surface.GetSupplier();
-    if (!supplier)
-        supplier = OSDrawSupplier();
-    proxy.drawbot = new Drawbot(supplier, &surface);
-    proxy.owned = true;
+    SurfaceObject* object = SurfaceKind::Resolve(L, narg);
+    return object ? LiveSurface(*object) : nullptr;
 }
 
+// The new object's block first, then the surface it is made over.
 int NewDrawbotBody(lua_State* L)
 {
-    SurfaceInterface* surface = LiveSurface(*CheckSurfaceObject(L, 1));
-    if (surface == nullptr)
+    if (LiveSurfaceAt(L, 1) == nullptr)
         return 0;
-    auto* proxy = NewObject<DrawbotProxy>(L, kDrawbotMetatable, RegisterDrawbotMetatable);
-    FillNewDrawbot(*proxy, *surface);
+    DrawbotProxy* proxy = LuaDrawbot::Push(L);
+    SurfaceInterface* surface = LiveSurfaceAt(L, 1);
+    if (surface == nullptr) {
+        lua_pop(L, 1);
+        return 0;
+    }
+    std::shared_ptr<SupplierInterface> supplier = surface->GetSupplier();
+    proxy->drawbot = new Drawbot(supplier ? supplier : OSDrawSupplier(), surface);
+    proxy->owned = true;
     return 1;
 }
 
@@ -177,12 +143,9 @@ int GetDefaultControlTextSizeBody(lua_State* L)
 }
 
 const luaL_Reg kDrawbotMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
     {"CreateOffscreenSurface", LuaBoundary<Drawing<CreateOffscreenSurfaceBody>>},
     {"GetSurface", LuaBoundary<GetSurfaceBody>},
     {"GetSupplier", LuaBoundary<GetSupplierBody>},
-    {"Release", LuaBoundary<ReleaseBody>},
     {nullptr, nullptr},
 };
 
@@ -195,36 +158,32 @@ const luaL_Reg kDrawbotFunctions[] = {
     {nullptr, nullptr},
 };
 
-void FillBorrowed(DrawbotProxy& proxy, Drawbot& drawbot)
-{
-    proxy.lease = drawbot.HandOut().detach();
-    proxy.drawbot = &drawbot;
-}
-
 } // namespace
 
-void RegisterDrawbotMetatable(lua_State* L)
+void DrawbotKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kDrawbotMetatable, kDrawbotMethods);
+    LuaDrawbot::RegisterMetatable(L, kDrawbotMethods);
 }
 
 int luaopen_vyrluaDrawbot(lua_State* L)
 {
-    RegisterDrawbotMetatable(L);
+    DrawbotKind::MakeMetatable(L);
     luaL_register(L, "vyrDrawbot", kDrawbotFunctions);
     return 1;
 }
 
 int PushDrawbotToLua(lua_State* L, Drawbot& drawbot)
 {
-    auto* proxy = NewObject<DrawbotProxy>(L, kDrawbotMetatable, RegisterDrawbotMetatable);
-    FillBorrowed(*proxy, drawbot);
+    DrawbotProxy* proxy = LuaDrawbot::Push(L);
+    proxy->lease = drawbot.HandOut().detach();
+    proxy->drawbot = &drawbot;
     return 1;
 }
 
 Drawbot* CheckDrawbot(lua_State* L, int narg)
 {
-    return LiveDrawbot(*CheckProxy(L, narg));
+    DrawbotProxy* proxy = LuaDrawbot::Check(L, narg);
+    return proxy ? LiveDrawbot(*proxy) : nullptr;
 }
 
 } // namespace vyrlua::drawbot

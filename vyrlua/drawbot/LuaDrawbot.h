@@ -2,31 +2,42 @@
 // receive, and the module vyrDrawbot with its text measuring functions.
 #pragma once
 
-#include "vyrlua/utility/LuaApi.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrui/drawbot/Drawbot.h"
 
 extern "C" int luaopen_vyrlua_drawbot_vyrDrawbot(lua_State* L);
 
 namespace vyrlua::drawbot {
 
-inline constexpr const char* kDrawbotMetatable = "vyrlua.vyrDrawbot";
-
 struct SurfaceObject;
 
-// The userdata block (DrawbotProxy).
+// The payload.
 struct DrawbotProxy {
     // Destroyed by Release or __gc when `owned`.
     vyrui::drawbot::Drawbot* drawbot;
     // For a drawbot the object does not own: the drawbot's record of the
     // hand-out (one use count), which tells whether it still exists.
     vyrui::drawbot::DrawbotLease* lease;
-    // The surface object last handed out without ownership (kept alive
-    // through the userdata's environment table).
+    // The payload of the surface object last handed out without ownership
+    // (kept alive through the userdata's environment table); only its
+    // address is used, to name it in the light form.
     SurfaceObject* surfaceObject;
     bool owned;
 };
 
-void RegisterDrawbotMetatable(lua_State* L);
+// The live drawbot: null once released or gone.
+vyrui::drawbot::Drawbot* LiveDrawbot(const DrawbotProxy& proxy);
+
+struct DrawbotKind {
+    using Payload = DrawbotProxy;
+    static constexpr const char* kMetatable = "vyrlua.vyrDrawbot";
+    static constexpr const char* kWord = "vyrDrawbot";
+    static void MakeMetatable(lua_State* L);
+    static const void* Identity(DrawbotProxy& proxy) { return LiveDrawbot(proxy); }
+    static void Release(DrawbotProxy& proxy);
+};
+using LuaDrawbot = utility::LuaKind<DrawbotKind>;
+
 // The module's own opener: metatable, methods and the vyrDrawbot functions.
 int luaopen_vyrluaDrawbot(lua_State* L);
 

@@ -1,44 +1,12 @@
 // "vyrlua.drawbot.vyrImageInterface": decoded images and surface snapshots.
 #include "vyrlua/drawbot/LuaImage.h"
 
-#include "vyrlua/drawbot/DrawbotSupport.h"
-
 namespace vyrlua::drawbot {
 
 using namespace vyrui::drawbot;
 using utility::LuaBoundary;
 
 namespace {
-
-int ReleaseBody(lua_State* L)
-{
-    ImageObject* object = vyrlua_checkImage(L, 1);
-    if (object->image != nullptr)
-        intrusive_ptr_release(object->image);
-    object->image = nullptr;
-    return 0;
-}
-
-// Never raises: a collection must not fail on a forged block.
-int GcBody(lua_State* L)
-{
-    if (auto* object = TestBlock<ImageObject>(L, 1, kImageMetatable)) {
-        if (object->image != nullptr)
-            intrusive_ptr_release(object->image);
-        object->image = nullptr;
-    }
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    ImageObject* object = vyrlua_checkImage(L, 1);
-    if (object->image == nullptr)
-        lua_pushliteral(L, "ImageInterface(released)");
-    else
-        lua_pushfstring(L, "ImageInterface(%p)", static_cast<void*>(object->image));
-    return 1;
-}
 
 int GetWidthBody(lua_State* L)
 {
@@ -59,11 +27,8 @@ int GetHeightBody(lua_State* L)
 }
 
 const luaL_Reg kImageMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
     {"GetWidth", LuaBoundary<GetWidthBody>},
     {"GetHeight", LuaBoundary<GetHeightBody>},
-    {"Release", LuaBoundary<ReleaseBody>},
     {nullptr, nullptr},
 };
 
@@ -71,57 +36,33 @@ const luaL_Reg kImageFunctions[] = {
     {nullptr, nullptr},
 };
 
-bool Fill(ImageObject& block, ImageMaker make, void* context)
-{
-    block.image = make(context).detach();
-    return block.image != nullptr;
-}
-
 } // namespace
 
-void RegisterImageMetatable(lua_State* L)
+void ImageKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kImageMetatable, kImageMethods);
+    LuaImage::RegisterMetatable(L, kImageMethods);
 }
 
 int OpenImageModule(lua_State* L)
 {
-    RegisterImageMetatable(L);
+    ImageKind::MakeMetatable(L);
     luaL_register(L, "ImageInterface", kImageFunctions);
     return 1;
 }
 
-int PushNewImage(lua_State* L, ImageMaker make, void* context)
+int newProxyFromImage(lua_State* L, ImageInterface* image)
 {
-    auto* block = NewObject<ImageObject>(L, kImageMetatable, RegisterImageMetatable);
-    if (!Fill(*block, make, context)) {
-        lua_pop(L, 1);
-        return 0;
-    }
-    return 1;
-}
-
-int newProxyFromImage(lua_State* L, const boost::intrusive_ptr<ImageInterface>& image)
-{
-    auto* block = NewObject<ImageObject>(L, kImageMetatable, RegisterImageMetatable);
-    block->image = image.get();
-    if (block->image != nullptr)
-        intrusive_ptr_add_ref(block->image);
+    LuaImage::Push(L)->object = image;
     return 1;
 }
 
 ImageInterface* CheckImage(lua_State* L, int narg)
 {
-    return vyrlua_checkImage(L, narg)->image;
+    Held<ImageInterface>* held = LuaImage::Check(L, narg);
+    return held ? held->object.get() : nullptr;
 }
 
 } // namespace vyrlua::drawbot
-
-vyrlua::drawbot::ImageObject* vyrlua_checkImage(lua_State* L, int narg)
-{
-    return vyrlua::drawbot::CheckBlock<vyrlua::drawbot::ImageObject>(
-        L, narg, vyrlua::drawbot::kImageMetatable);
-}
 
 extern "C" int luaopen_vyrlua_drawbot_vyrImageInterface(lua_State* L)
 {

@@ -14,72 +14,31 @@ using utility::LuaBoundary;
 
 namespace {
 
-PathObject* CheckObject(lua_State* L, int narg)
+using Path = Held<PathInterface>;
+
+int Fill(lua_State* L, Path* path, const std::shared_ptr<SupplierInterface>& supplier)
 {
-    return CheckBlock<PathObject>(L, narg, kPathMetatable);
+    if (supplier)
+        path->object = supplier->NewPath();
+    if (path->object)
+        return 1;
+    lua_pop(L, 1);
+    return 0;
 }
 
-void FillFrom(PathObject& block, SupplierInterface& supplier)
-{
-    block.holder = new PathHolder{supplier.NewPath()};
-}
-
-bool FillFromSupplier(PathObject& block, SupplierObject& object)
-{
-    std::shared_ptr<SupplierInterface> supplier = object.supplier.lock();
-    if (!supplier)
-        return false;
-    FillFrom(block, *supplier);
-    return true;
-}
-
+// The new object's block first (its allocation may run script code), then
+// the drawbot or supplier it is made from.
 int NewPathBody(lua_State* L)
 {
+    Path* path = LuaPath::Push(L);
     Drawbot* drawbot = CheckDrawbot(L, 1);
-    if (drawbot == nullptr)
-        return 0;
-    auto* block = NewObject<PathObject>(L, kPathMetatable, RegisterPathMetatable);
-    FillFrom(*block, *drawbot->GetSupplier());
-    return 1;
+    return Fill(L, path, drawbot ? drawbot->GetSupplierPtr() : nullptr);
 }
 
 int NewPathFromSupplierBody(lua_State* L)
 {
-    SupplierObject* supplier = vyrlua_checkSupplier(L, 1);
-    auto* block = NewObject<PathObject>(L, kPathMetatable, RegisterPathMetatable);
-    if (!FillFromSupplier(*block, *supplier)) {
-        lua_pop(L, 1);
-        return 0;
-    }
-    return 1;
-}
-
-int ReleaseBody(lua_State* L)
-{
-    PathObject* object = CheckObject(L, 1);
-    delete object->holder;
-    object->holder = nullptr;
-    return 0;
-}
-
-// Never raises: a collection must not fail on a forged block.
-int GcBody(lua_State* L)
-{
-    if (auto* object = TestBlock<PathObject>(L, 1, kPathMetatable)) {
-        delete object->holder;
-        object->holder = nullptr;
-    }
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    PathObject* object = CheckObject(L, 1);
-    if (object->holder == nullptr)
-        lua_pushliteral(L, "vyrPathInterface(released)");
-    else
-        lua_pushfstring(L, "vyrPathInterface(%p)", static_cast<void*>(object->holder->path.get()));
-    return 1;
+    Path* path = LuaPath::Push(L);
+    return Fill(L, path, CheckSupplier(L, 1));
 }
 
 float Coordinate(lua_State* L, int narg)
@@ -89,45 +48,39 @@ float Coordinate(lua_State* L, int narg)
 
 int MoveToBody(lua_State* L)
 {
-    PathInterface* path = CheckPath(L, 1);
-    if (path == nullptr)
-        return 0;
     PointF point{Coordinate(L, 2), Coordinate(L, 3)};
-    path->MoveTo(point);
+    if (PathInterface* path = CheckPath(L, 1))
+        path->MoveTo(point);
     return 0;
 }
 
 int LineToBody(lua_State* L)
 {
-    PathInterface* path = CheckPath(L, 1);
-    if (path == nullptr)
-        return 0;
     PointF point{Coordinate(L, 2), Coordinate(L, 3)};
-    path->LineTo(point);
+    if (PathInterface* path = CheckPath(L, 1))
+        path->LineTo(point);
     return 0;
 }
 
 int BezierToBody(lua_State* L)
 {
-    PathInterface* path = CheckPath(L, 1);
-    if (path == nullptr)
-        return 0;
+    CheckPath(L, 1); // a bad receiver is reported first
     PointF control1, control2, end;
     GetPointF32FromLua(L, 2, control1);
     GetPointF32FromLua(L, 3, control2);
     GetPointF32FromLua(L, 4, end);
-    path->BezierTo(control1, control2, end);
+    if (PathInterface* path = CheckPath(L, 1))
+        path->BezierTo(control1, control2, end);
     return 0;
 }
 
 int AddRectBody(lua_State* L)
 {
-    PathInterface* path = CheckPath(L, 1);
-    if (path == nullptr)
-        return 0;
+    CheckPath(L, 1); // a bad receiver is reported first
     RectF rect;
     GetRectF32FromLua(L, 2, rect);
-    path->AddRect(rect);
+    if (PathInterface* path = CheckPath(L, 1))
+        path->AddRect(rect);
     return 0;
 }
 
@@ -140,29 +93,25 @@ int ClosePathBody(lua_State* L)
 
 int AddArcBody(lua_State* L)
 {
-    PathInterface* path = CheckPath(L, 1);
-    if (path == nullptr)
-        return 0;
+    CheckPath(L, 1); // a bad receiver is reported first
     PointF centre;
     GetPointF32FromLua(L, 2, centre);
     float radius = Coordinate(L, 3);
     // The defaults make a full circle.
     float start = utility::ToFloat(utility::OptNumber(L, 4, 0));
     float end = utility::ToFloat(utility::OptNumber(L, 5, 360));
-    path->AddArc(centre, radius, start, end);
+    if (PathInterface* path = CheckPath(L, 1))
+        path->AddArc(centre, radius, start, end);
     return 0;
 }
 
 const luaL_Reg kPathMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
     {"MoveTo", LuaBoundary<Drawing<MoveToBody>>},
     {"LineTo", LuaBoundary<Drawing<LineToBody>>},
     {"BezierTo", LuaBoundary<Drawing<BezierToBody>>},
     {"AddRect", LuaBoundary<Drawing<AddRectBody>>},
     {"ClosePath", LuaBoundary<ClosePathBody>},
     {"AddArc", LuaBoundary<Drawing<AddArcBody>>},
-    {"Release", LuaBoundary<ReleaseBody>},
     {nullptr, nullptr},
 };
 
@@ -174,22 +123,22 @@ const luaL_Reg kPathFunctions[] = {
 
 } // namespace
 
-void RegisterPathMetatable(lua_State* L)
+void PathKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kPathMetatable, kPathMethods);
+    LuaPath::RegisterMetatable(L, kPathMethods);
 }
 
 int OpenPathModule(lua_State* L)
 {
-    RegisterPathMetatable(L);
+    PathKind::MakeMetatable(L);
     luaL_register(L, "PathInterface", kPathFunctions);
     return 1;
 }
 
 PathInterface* CheckPath(lua_State* L, int narg)
 {
-    PathObject* object = CheckObject(L, narg);
-    return object->holder != nullptr ? object->holder->path.get() : nullptr;
+    Path* path = LuaPath::Check(L, narg);
+    return path ? path->object.get() : nullptr;
 }
 
 } // namespace vyrlua::drawbot

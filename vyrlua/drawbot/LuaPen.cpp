@@ -16,86 +16,42 @@ using utility::LuaBoundary;
 
 namespace {
 
-PenObject* CheckObject(lua_State* L, int narg)
+using Pen = Held<PenInterface>;
+
+Pen* FillFrom(Pen* pen, const std::shared_ptr<SupplierInterface>& supplier, const ColorRGBA& color,
+              float width)
 {
-    return CheckBlock<PenObject>(L, narg, kPenMetatable);
+    if (supplier)
+        pen->object = supplier->NewSolidPen(color, width);
+    return pen->object ? pen : nullptr;
 }
 
-void FillFrom(PenObject& block, SupplierInterface& supplier, const ColorRGBA& color, float width)
-{
-    block.pen = supplier.NewSolidPen(color, width).detach();
-}
-
-bool FillFromSupplier(PenObject& block, SupplierObject& object, const ColorRGBA& color, float width)
-{
-    std::shared_ptr<SupplierInterface> supplier = object.supplier.lock();
-    if (!supplier)
-        return false;
-    FillFrom(block, *supplier, color, width);
-    return true;
-}
-
+// The colour and width first (their reading may run script code), then the
+// new object's block, then the drawbot or supplier it is made from.
 int NewPenBody(lua_State* L)
 {
-    Drawbot* drawbot = CheckDrawbot(L, 1);
     ColorRGBA color;
     GetColorRGBAFromLua(L, 2, color);
     float width = utility::ToFloat(utility::CheckNumber(L, 3));
-    if (drawbot == nullptr)
-        return 0;
-    auto* block = NewObject<PenObject>(L, kPenMetatable, RegisterPenMetatable);
-    FillFrom(*block, *drawbot->GetSupplier(), color, width);
-    return 1;
+    Pen* pen = LuaPen::Push(L);
+    Drawbot* drawbot = CheckDrawbot(L, 1);
+    return FillFrom(pen, drawbot ? drawbot->GetSupplierPtr() : nullptr, color, width) ? 1 : 0;
 }
 
 int NewPenFromSupplierBody(lua_State* L)
 {
-    SupplierObject* supplier = vyrlua_checkSupplier(L, 1);
     ColorRGBA color;
     GetColorRGBAFromLua(L, 2, color);
     float width = utility::ToFloat(utility::CheckNumber(L, 3));
-    auto* block = NewObject<PenObject>(L, kPenMetatable, RegisterPenMetatable);
-    if (!FillFromSupplier(*block, *supplier, color, width)) {
-        lua_pop(L, 1);
-        return 0;
-    }
-    return 1;
-}
-
-int ReleaseBody(lua_State* L)
-{
-    PenObject* object = CheckObject(L, 1);
-    if (object->pen != nullptr)
-        intrusive_ptr_release(object->pen);
-    object->pen = nullptr;
-    return 0;
-}
-
-// Never raises: a collection must not fail on a forged block.
-int GcBody(lua_State* L)
-{
-    if (auto* object = TestBlock<PenObject>(L, 1, kPenMetatable)) {
-        if (object->pen != nullptr)
-            intrusive_ptr_release(object->pen);
-        object->pen = nullptr;
-    }
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    PenObject* object = CheckObject(L, 1);
-    if (object->pen == nullptr)
-        lua_pushliteral(L, "PenInterface(released)");
-    else
-        lua_pushfstring(L, "PenInterface(%p)", static_cast<void*>(object->pen));
-    return 1;
+    Pen* pen = LuaPen::Push(L);
+    return FillFrom(pen, CheckSupplier(L, 1), color, width) ? 1 : 0;
 }
 
 int SetWidthBody(lua_State* L)
 {
+    float width = utility::ToFloat(utility::CheckNumber(L, 2));
     if (PenInterface* pen = CheckPen(L, 1))
-        pen->SetWidth(utility::ToFloat(utility::CheckNumber(L, 2)));
+        pen->SetWidth(width);
     return 0;
 }
 
@@ -110,8 +66,9 @@ int GetWidthBody(lua_State* L)
 
 int SetMiterLimitBody(lua_State* L)
 {
+    float limit = utility::ToFloat(utility::CheckNumber(L, 2));
     if (PenInterface* pen = CheckPen(L, 1))
-        pen->SetMiterLimit(utility::ToFloat(utility::CheckNumber(L, 2)));
+        pen->SetMiterLimit(limit);
     return 0;
 }
 
@@ -126,8 +83,9 @@ int GetMiterLimitBody(lua_State* L)
 
 int SetLineJoinBody(lua_State* L)
 {
+    auto join = static_cast<LineJoin>(CheckEnum(L, 2, 3, "kLineJoinType"));
     if (PenInterface* pen = CheckPen(L, 1))
-        pen->SetLineJoin(static_cast<LineJoin>(CheckEnum(L, 2, 3, "kLineJoinType")));
+        pen->SetLineJoin(join);
     return 0;
 }
 
@@ -151,8 +109,9 @@ int GetLineCapBody(lua_State* L)
 
 int SetLineCapBody(lua_State* L)
 {
+    auto cap = static_cast<LineCap>(CheckEnum(L, 2, 3, "kLineCapType"));
     if (PenInterface* pen = CheckPen(L, 1))
-        pen->SetLineCap(static_cast<LineCap>(CheckEnum(L, 2, 3, "kLineCapType")));
+        pen->SetLineCap(cap);
     return 0;
 }
 
@@ -170,9 +129,6 @@ int SetDashPatternBody(lua_State* L)
 }
 
 const luaL_Reg kPenMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
-    {"Release", LuaBoundary<ReleaseBody>},
     {"SetWidth", LuaBoundary<Drawing<SetWidthBody>>},
     {"GetWidth", LuaBoundary<GetWidthBody>},
     {"SetMiterLimit", LuaBoundary<Drawing<SetMiterLimitBody>>},
@@ -193,14 +149,14 @@ const luaL_Reg kPenFunctions[] = {
 
 } // namespace
 
-void RegisterPenMetatable(lua_State* L)
+void PenKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kPenMetatable, kPenMethods);
+    LuaPen::RegisterMetatable(L, kPenMethods);
 }
 
 int OpenPenModule(lua_State* L)
 {
-    RegisterPenMetatable(L);
+    PenKind::MakeMetatable(L);
     luaL_register(L, "PenInterface", kPenFunctions);
     SetIntegerField(L, "kLineJoinType_Miter", 0);
     SetIntegerField(L, "kLineJoinType_Bevel", 1);
@@ -213,14 +169,10 @@ int OpenPenModule(lua_State* L)
     return 1;
 }
 
-bool TestPenObject(lua_State* L, int narg)
-{
-    return TestBlock<PenObject>(L, narg, kPenMetatable) != nullptr;
-}
-
 PenInterface* CheckPen(lua_State* L, int narg)
 {
-    return CheckObject(L, narg)->pen;
+    Pen* pen = LuaPen::Check(L, narg);
+    return pen ? pen->object.get() : nullptr;
 }
 
 } // namespace vyrlua::drawbot

@@ -1,22 +1,21 @@
 // Pen objects (metatable "vyrlua.drawbot.PenInterface", module PenInterface).
 #pragma once
 
-#include "vyrlua/utility/LuaApi.h"
-#include "vyrui/drawbot/DrawbotInterfaces.h"
+#include "vyrlua/drawbot/DrawbotSupport.h"
+#include "vyrlua/utility/LuaKind.h"
 
 extern "C" int luaopen_vyrlua_drawbot_PenInterface(lua_State* L);
 
 namespace vyrlua::drawbot {
 
-inline constexpr const char* kPenMetatable = "vyrlua.drawbot.PenInterface";
-
-struct PenObject {
-    vyrui::drawbot::PenInterface* pen; // one use count; null once released
+struct PenKind : HeldKind<vyrui::drawbot::PenInterface> {
+    static constexpr const char* kMetatable = "vyrlua.drawbot.PenInterface";
+    static constexpr const char* kWord = "PenInterface";
+    static void MakeMetatable(lua_State* L);
 };
+using LuaPen = utility::LuaKind<PenKind>;
 
-void RegisterPenMetatable(lua_State* L);
 int OpenPenModule(lua_State* L);
-bool TestPenObject(lua_State* L, int narg);
 // The pen of the pen object at `narg` (checked), null once released.
 vyrui::drawbot::PenInterface* CheckPen(lua_State* L, int narg);
 

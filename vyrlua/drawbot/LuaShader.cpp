@@ -12,35 +12,29 @@ using utility::LuaBoundary;
 
 namespace {
 
-ShaderObject* CheckObject(lua_State* L, int narg)
-{
-    return CheckBlock<ShaderObject>(L, narg, kShaderMetatable);
-}
-
 struct GradientArgs {
     PointF point1, point2;
     ColorRGBA color1, color2;
 };
 
-void FillFrom(ShaderObject& block, SupplierInterface& supplier, const GradientArgs& a, bool radial)
-{
-    block.shader = (radial ? supplier.NewRadialShader(a.point1, a.point2, a.color1, a.color2)
-                           : supplier.NewLinearShader(a.point1, a.point2, a.color1, a.color2))
-                       .detach();
-}
-
+// Points and colours first (their reading may run script code), then the
+// new object's block, then the drawbot it is made from.
 int NewShader(lua_State* L, bool radial)
 {
+    GradientArgs a;
+    GetPointF32FromLua(L, 2, a.point1);
+    GetPointF32FromLua(L, 3, a.point2);
+    GetColorRGBAFromLua(L, 4, a.color1);
+    GetColorRGBAFromLua(L, 5, a.color2);
+    Held<ShaderInterface>* shader = LuaShader::Push(L);
     Drawbot* drawbot = CheckDrawbot(L, 1);
-    GradientArgs args;
-    GetPointF32FromLua(L, 2, args.point1);
-    GetPointF32FromLua(L, 3, args.point2);
-    GetColorRGBAFromLua(L, 4, args.color1);
-    GetColorRGBAFromLua(L, 5, args.color2);
-    if (drawbot == nullptr)
+    if (drawbot == nullptr) {
+        lua_pop(L, 1);
         return 0;
-    auto* block = NewObject<ShaderObject>(L, kShaderMetatable, RegisterShaderMetatable);
-    FillFrom(*block, *drawbot->GetSupplier(), args, radial);
+    }
+    SupplierInterface& supplier = *drawbot->GetSupplier();
+    shader->object = radial ? supplier.NewRadialShader(a.point1, a.point2, a.color1, a.color2)
+                            : supplier.NewLinearShader(a.point1, a.point2, a.color1, a.color2);
     return 1;
 }
 
@@ -54,43 +48,6 @@ int NewRadialShaderBody(lua_State* L)
     return NewShader(L, true);
 }
 
-int ReleaseBody(lua_State* L)
-{
-    ShaderObject* object = CheckObject(L, 1);
-    if (object->shader != nullptr)
-        intrusive_ptr_release(object->shader);
-    object->shader = nullptr;
-    return 0;
-}
-
-// Never raises: a collection must not fail on a forged block.
-int GcBody(lua_State* L)
-{
-    if (auto* object = TestBlock<ShaderObject>(L, 1, kShaderMetatable)) {
-        if (object->shader != nullptr)
-            intrusive_ptr_release(object->shader);
-        object->shader = nullptr;
-    }
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    ShaderObject* object = CheckObject(L, 1);
-    if (object->shader == nullptr)
-        lua_pushliteral(L, "ShaderInterface(released)");
-    else
-        lua_pushfstring(L, "ShaderInterface(%p)", static_cast<void*>(object->shader));
-    return 1;
-}
-
-const luaL_Reg kShaderMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
-    {"Release", LuaBoundary<ReleaseBody>},
-    {nullptr, nullptr},
-};
-
 const luaL_Reg kShaderFunctions[] = {
     {"newLinearShader", LuaBoundary<Drawing<NewLinearShaderBody>>},
     {"newRadialShader", LuaBoundary<Drawing<NewRadialShaderBody>>},
@@ -99,21 +56,22 @@ const luaL_Reg kShaderFunctions[] = {
 
 } // namespace
 
-void RegisterShaderMetatable(lua_State* L)
+void ShaderKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kShaderMetatable, kShaderMethods);
+    RegisterMetatable(L, kMetatable, LuaShader::kLifetime);
 }
 
 int OpenShaderModule(lua_State* L)
 {
-    RegisterShaderMetatable(L);
+    ShaderKind::MakeMetatable(L);
     luaL_register(L, "Shader", kShaderFunctions);
     return 1;
 }
 
 ShaderInterface* CheckShader(lua_State* L, int narg)
 {
-    return CheckObject(L, narg)->shader;
+    Held<ShaderInterface>* shader = LuaShader::Check(L, narg);
+    return shader ? shader->object.get() : nullptr;
 }
 
 } // namespace vyrlua::drawbot

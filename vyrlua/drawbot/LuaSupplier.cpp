@@ -8,7 +8,6 @@
 #include "vyrlua/drawbot/LuaSurface.h"
 
 #include <filesystem>
-#include <new>
 #include <string>
 
 namespace vyrlua::drawbot {
@@ -18,52 +17,22 @@ using utility::LuaBoundary;
 
 namespace {
 
-int GcBody(lua_State* L)
-{
-    // The supplier is not owned: only the weak reference itself goes.
-    // reset, not destroy: a script can call __gc itself and go on using
-    // the object, which then finds its supplier gone.
-    if (auto* object = TestBlock<SupplierObject>(L, 1, kSupplierMetatable))
-        object->supplier.reset();
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    SupplierObject* object = vyrlua_checkSupplier(L, 1);
-    void* supplier = object->supplier.lock().get();
-    if (supplier == nullptr)
-        lua_pushliteral(L, "vyrSupplierInterface(gone)");
-    else
-        lua_pushfstring(L, "vyrSupplierInterface(%p)", supplier);
-    return 1;
-}
-
-struct SurfaceRequest {
-    SupplierObject* object;
-    int width;
-    int height;
-    bool flag;
-};
-
-OwnedSurface MakeSurface(lua_State*, void* context)
-{
-    auto* request = static_cast<SurfaceRequest*>(context);
-    std::shared_ptr<SupplierInterface> supplier = request->object->supplier.lock();
-    if (!supplier)
-        return {};
-    OwnedSurface made;
-    made.surface = supplier->NewOffscreenSurface(request->width, request->height, request->flag);
-    // Releasing the surface object destroys this drawbot too.
-    made.drawbot = std::make_unique<Drawbot>(supplier, made.surface);
-    return made;
-}
-
+// Width, height and flag first, then the new object's block, then the
+// supplier it is made from.
 int CreateOffscreenSurfaceBody(lua_State* L)
 {
-    SurfaceRequest request{vyrlua_checkSupplier(L, 1), utility::CheckInt(L, 2),
-                           utility::CheckInt(L, 3), lua_toboolean(L, 4) != 0};
-    return PushOwnedSurface(L, MakeSurface, &request);
+    int width = utility::CheckInt(L, 2);
+    int height = utility::CheckInt(L, 3);
+    bool flag = lua_toboolean(L, 4) != 0;
+    SurfaceObject* object = LuaSurface::Push(L);
+    std::shared_ptr<SupplierInterface> supplier = CheckSupplier(L, 1);
+    if (!supplier) {
+        lua_pop(L, 1);
+        return 0;
+    }
+    boost::intrusive_ptr<SurfaceInterface> surface = supplier->NewOffscreenSurface(width, height, flag);
+    // Releasing the surface object destroys this drawbot too.
+    return AdoptOwnedSurface(L, *object, surface, std::make_unique<Drawbot>(supplier, surface));
 }
 
 struct Metrics {
@@ -71,9 +40,8 @@ struct Metrics {
     FontMetrics metrics;
 };
 
-Metrics ReadFontMetrics(SupplierObject& object, float size)
+Metrics ReadFontMetrics(const std::shared_ptr<SupplierInterface>& supplier, float size)
 {
-    std::shared_ptr<SupplierInterface> supplier = object.supplier.lock();
     if (!supplier)
         return {};
     boost::intrusive_ptr<FontInterface> font = NewUIFont(*supplier, size);
@@ -82,9 +50,8 @@ Metrics ReadFontMetrics(SupplierObject& object, float size)
 
 int GetFontMetricsBody(lua_State* L)
 {
-    SupplierObject* object = vyrlua_checkSupplier(L, 1);
     float size = OptTextSize(L, 2);
-    Metrics m = ReadFontMetrics(*object, size);
+    Metrics m = ReadFontMetrics(CheckSupplier(L, 1), size);
     if (!m.found)
         return 0;
     lua_pushnumber(L, m.metrics.ascent);
@@ -100,26 +67,20 @@ bool FileExists(std::string_view path)
 
 constexpr std::uintmax_t kMaxImageFileBytes = 256u << 20;
 
-struct ImageRequest {
-    SupplierObject* object;
-    std::string_view path;
-};
-
-boost::intrusive_ptr<ImageInterface> LoadImage(void* context)
+boost::intrusive_ptr<ImageInterface> LoadImage(const std::shared_ptr<SupplierInterface>& supplier,
+                                               std::string_view path)
 {
-    auto* request = static_cast<ImageRequest*>(context);
-    std::shared_ptr<SupplierInterface> supplier = request->object->supplier.lock();
     if (!supplier)
         return {};
-    std::string quoted = "'" + std::string(request->path) + "'";
+    std::string quoted = "'" + std::string(path) + "'";
     // Refused before reading: a file this big is no image the layer could
     // draw, and reading it would only exhaust memory.
     std::error_code error;
-    auto size = std::filesystem::file_size(std::string(request->path), error);
+    auto size = std::filesystem::file_size(std::string(path), error);
     if (error || size > kMaxImageFileBytes)
         throw utility::LuaError("cannot read image file " + quoted);
     std::string bytes;
-    if (!vyrcore::filesupport::File::FromUTF8(request->path).ReadAll(bytes))
+    if (!vyrcore::filesupport::File::FromUTF8(path).ReadAll(bytes))
         throw utility::LuaError("cannot read image file " + quoted);
     try {
         return supplier->NewImageFromBuffer(1, bytes.data(), bytes.size());
@@ -130,19 +91,20 @@ boost::intrusive_ptr<ImageInterface> LoadImage(void* context)
 
 int NewImageFromFileBody(lua_State* L)
 {
-    SupplierObject* object = vyrlua_checkSupplier(L, 1);
+    LuaSupplier::Check(L, 1); // a bad receiver is reported first
     std::string_view path = utility::CheckLString(L, 2);
     if (!FileExists(path)) {
         lua_pushboolean(L, 0);
         return 1;
     }
-    ImageRequest request{object, path};
-    return PushNewImage(L, LoadImage, &request);
+    Held<ImageInterface>* image = LuaImage::Push(L);
+    image->object = LoadImage(CheckSupplier(L, 1), path);
+    if (!image->object)
+        lua_pop(L, 1);
+    return image->object ? 1 : 0;
 }
 
 const luaL_Reg kSupplierMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
     {"CreateOffscreenSurface", LuaBoundary<Drawing<CreateOffscreenSurfaceBody>>},
     {"GetFontMetrics", LuaBoundary<Drawing<GetFontMetricsBody>>},
     {"newImageFromFile", LuaBoundary<Drawing<NewImageFromFileBody>>},
@@ -155,14 +117,14 @@ const luaL_Reg kSupplierFunctions[] = {
 
 } // namespace
 
-void RegisterSupplierMetatable(lua_State* L)
+void SupplierKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kSupplierMetatable, kSupplierMethods);
+    LuaSupplier::RegisterMetatable(L, kSupplierMethods, LuaSupplier::kCollected);
 }
 
 int OpenSupplierModule(lua_State* L)
 {
-    RegisterSupplierMetatable(L);
+    SupplierKind::MakeMetatable(L);
     luaL_register(L, "vyrSupplierInterface", kSupplierFunctions);
     return 1;
 }
@@ -173,14 +135,7 @@ namespace {
 int PushSupplierBody(lua_State* L)
 {
     auto* supplier = static_cast<SupplierInterface*>(lua_touserdata(L, 1));
-    PushMetatable(L, kSupplierMetatable, RegisterSupplierMetatable);
-    void* block = lua_newuserdata(L, sizeof(SupplierObject));
-    // Nothing between the construction and the metatable can raise, so
-    // the weak reference is always destroyed by __gc.
-    new (block) SupplierObject{supplier->weak_from_this()};
-    lua_pushvalue(L, -2);
-    lua_setmetatable(L, -2);
-    lua_remove(L, -2);
+    LuaSupplier::Push(L)->supplier = supplier->weak_from_this();
     return 1;
 }
 
@@ -200,10 +155,19 @@ int PushSupplierToLua(lua_State* L, SupplierInterface* supplier)
 
 } // namespace vyrlua::drawbot
 
+std::shared_ptr<vyrlua::drawbot::SupplierInterface> vyrlua::drawbot::CheckSupplier(lua_State* L,
+                                                                                  int narg)
+{
+    SupplierObject* object = LuaSupplier::Check(L, narg);
+    return object ? object->supplier.lock() : nullptr;
+}
+
 vyrlua::drawbot::SupplierObject* vyrlua_checkSupplier(lua_State* L, int narg)
 {
-    return vyrlua::drawbot::CheckBlock<vyrlua::drawbot::SupplierObject>(
-        L, narg, vyrlua::drawbot::kSupplierMetatable);
+    // An emptied object is one whose supplier has gone.
+    static vyrlua::drawbot::SupplierObject gone;
+    vyrlua::drawbot::SupplierObject* object = vyrlua::drawbot::LuaSupplier::Check(L, narg);
+    return object ? object : &gone;
 }
 
 extern "C" int luaopen_vyrlua_drawbot_vyrSupplier(lua_State* L)

@@ -2,7 +2,7 @@
 // vyrSupplierInterface): they never own their supplier.
 #pragma once
 
-#include "vyrlua/utility/LuaApi.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 
 #include <memory>
@@ -11,15 +11,23 @@ extern "C" int luaopen_vyrlua_drawbot_vyrSupplier(lua_State* L);
 
 namespace vyrlua::drawbot {
 
-inline constexpr const char* kSupplierMetatable = "vyrlua.drawbot.vyrSupplierInterface";
-
 // Not owning, and safe when the supplier goes first: the methods of an
 // object whose supplier has gone do nothing.
 struct SupplierObject {
     std::weak_ptr<vyrui::drawbot::SupplierInterface> supplier;
 };
 
-void RegisterSupplierMetatable(lua_State* L);
+struct SupplierKind {
+    using Payload = SupplierObject;
+    static constexpr const char* kMetatable = "vyrlua.drawbot.vyrSupplierInterface";
+    static constexpr const char* kWord = "vyrSupplierInterface";
+    static constexpr const char* kReleasedWord = "gone";
+    static void MakeMetatable(lua_State* L);
+    static const void* Identity(SupplierObject& object) { return object.supplier.lock().get(); }
+    static void Release(SupplierObject& object) { object.supplier.reset(); }
+};
+using LuaSupplier = utility::LuaKind<SupplierKind>;
+
 int OpenSupplierModule(lua_State* L);
 
 // Pushes a supplier object for `supplier` (nil for null); returns 1. The
@@ -27,8 +35,11 @@ int OpenSupplierModule(lua_State* L);
 // lack of memory.
 int PushSupplierToLua(lua_State* L, vyrui::drawbot::SupplierInterface* supplier);
 
+// The supplier of the supplier object at `narg` (checked); null once gone.
+std::shared_ptr<vyrui::drawbot::SupplierInterface> CheckSupplier(lua_State* L, int narg);
+
 } // namespace vyrlua::drawbot
 
-// luaL_checkudata for supplier objects (throws the standard argument error:
-// for bodies behind the error boundary).
+// The same check, as the supplier object (one whose supplier has gone when
+// the object was emptied).
 vyrlua::drawbot::SupplierObject* vyrlua_checkSupplier(lua_State* L, int narg);

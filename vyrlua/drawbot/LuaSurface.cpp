@@ -27,8 +27,6 @@ namespace {
 // Weak values: an entry goes when its surface object is collected.
 constexpr const char* kHandedOutKey = "vyrlua.drawbot.handedOutSurfaces";
 constexpr const char* kOutOfScope = "out-of-scope SurfaceInterface";
-// Every drawing call checks its surface: by interned name.
-const utility::InternedName kSurfaceName(kSurfaceMetatable);
 
 void PushHandedOutTable(lua_State* L)
 {
@@ -66,47 +64,6 @@ std::shared_ptr<SupplierInterface> SupplierOf(SurfaceInterface& surface)
     return supplier ? supplier : OSDrawSupplier();
 }
 
-// --- lifetime ---------------------------------------------------------
-
-int GcBody(lua_State* L)
-{
-    // Only full userdata are collected; the block gives back what it holds
-    // (a borrowed surface's use count included: nothing else would).
-    if (auto* object = TestBlock<SurfaceObject>(L, 1, kSurfaceName))
-        ReleaseObject(*object);
-    return 0;
-}
-
-int ToStringBody(lua_State* L)
-{
-    // The light form of a collected surface object names nothing: shown
-    // as released rather than raising.
-    SurfaceObject* object = nullptr;
-    bool gone = false;
-    try {
-        object = CheckSurfaceObject(L, 1);
-    } catch (const utility::LuaError&) {
-        gone = true;
-    }
-    SurfaceInterface* surface = gone ? nullptr : LiveSurface(*object);
-    if (surface == nullptr)
-        lua_pushliteral(L, "vyrSurfaceInterface(released)");
-    else
-        lua_pushfstring(L, "vyrSurfaceInterface(%p)", static_cast<void*>(surface));
-    return 1;
-}
-
-int ReleaseBody(lua_State* L)
-{
-    int top = lua_gettop(L);
-    SurfaceObject* object = CheckSurfaceObject(L, 1);
-    if (LiveSurface(*object) == nullptr)
-        throw utility::LuaError(kOutOfScope);
-    ReleaseObject(*object);
-    lua_settop(L, top);
-    return 0;
-}
-
 // --- state, transform, clip -----------------------------------------
 
 int PushStateStackBody(lua_State* L)
@@ -124,10 +81,10 @@ int PopStateStackBody(lua_State* L)
 
 int TransformBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     MatrixF matrix;
     GetMatrixF32FromLua(L, 2, matrix);
-    surface->ConcatTransform(matrix);
+    CheckLiveSurface(L, 1)->ConcatTransform(matrix);
     return 0;
 }
 
@@ -145,9 +102,9 @@ int GetTransformToScreenScaleBody(lua_State* L)
 
 int ClipBody(lua_State* L)
 {
+    bool antiAlias = lua_isnoneornil(L, 3) || utility::CheckInteger(L, 3) != 0;
     SurfaceInterface* surface = CheckLiveSurface(L, 1);
     PathInterface* path = CheckPath(L, 2);
-    bool antiAlias = lua_isnoneornil(L, 3) || utility::CheckInteger(L, 3) != 0;
     if (path != nullptr)
         surface->ClipToPath(*path, antiAlias);
     return 0;
@@ -161,10 +118,11 @@ int GetClipBoundsBody(lua_State* L)
 
 int IsWithinClipBoundsBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     RectF rect;
     GetRectF32FromLua(L, 2, rect);
-    lua_pushinteger(L, surface->IsWithinClipBounds(rect) ? 1 : 0);
+    bool within = CheckLiveSurface(L, 1)->IsWithinClipBounds(rect);
+    lua_pushinteger(L, within ? 1 : 0);
     return 1;
 }
 
@@ -183,7 +141,7 @@ void DrawText(SurfaceInterface& surface, std::string_view text, PointF origin,
 
 int DrawStringBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     std::string_view text = utility::CheckLString(L, 2);
     int x = utility::CheckInt(L, 3);
     int y = utility::CheckInt(L, 4);
@@ -193,7 +151,7 @@ int DrawStringBody(lua_State* L)
     float size = OptTextSize(L, 7);
     float boxWidth = utility::ToFloat(utility::OptNumber(L, 8, 0));
     int truncation = OptEnum(L, 9, 0, 4, "kTextTruncation");
-    DrawText(*surface, text, PointF{static_cast<float>(x), static_cast<float>(y)}, color,
+    DrawText(*CheckLiveSurface(L, 1), text, PointF{static_cast<float>(x), static_cast<float>(y)}, color,
              alignment, size, boxWidth, truncation);
     return 0;
 }
@@ -210,7 +168,7 @@ void DrawWrappedText(SurfaceInterface& surface, std::string_view text, const Rec
 
 int DrawMultiLineStringBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     std::string_view text = utility::CheckLString(L, 2);
     RectF rect;
     GetRectF32FromLua(L, 3, rect);
@@ -218,7 +176,7 @@ int DrawMultiLineStringBody(lua_State* L)
     GetColorRGBAFromLua(L, 4, color);
     int alignment = OptEnum(L, 5, 0, 3, "kTextAlignment");
     float size = OptTextSize(L, 6);
-    DrawWrappedText(*surface, text, rect, color, alignment, size);
+    DrawWrappedText(*CheckLiveSurface(L, 1), text, rect, color, alignment, size);
     return 0;
 }
 
@@ -231,10 +189,11 @@ float MeasureText(SurfaceInterface& surface, std::string_view text, float size)
 
 int MeasureStringWidthBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     std::string_view text = utility::CheckLString(L, 2);
     float size = OptTextSize(L, 3);
-    lua_pushnumber(L, MeasureText(*surface, text, size));
+    float width = MeasureText(*CheckLiveSurface(L, 1), text, size);
+    lua_pushnumber(L, width);
     return 1;
 }
 
@@ -253,36 +212,38 @@ void FillWithColor(SurfaceInterface& surface, const RectF* rect, const PathInter
 
 int PaintRectBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     RectF rect;
     GetRectF32FromLua(L, 2, rect);
     ColorRGBA color;
     GetColorRGBAFromLua(L, 3, color);
-    FillWithColor(*surface, &rect, nullptr, color, false);
+    FillWithColor(*CheckLiveSurface(L, 1), &rect, nullptr, color, false);
     return 0;
 }
 
 int DrawOutlineBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     RectF rect;
     GetRectF32FromLua(L, 2, rect);
     ColorRGBA color;
     GetColorRGBAFromLua(L, 3, color);
     float inset = utility::ToFloat(utility::OptNumber(L, 4, 0));
     float thickness = utility::ToFloat(utility::OptNumber(L, 5, 1));
+    SurfaceInterface* surface = CheckLiveSurface(L, 1);
     vyrui::utils::DrawOutline(*SupplierOf(*surface), *surface, rect, color, inset, thickness);
     return 0;
 }
 
 int DrawRoundedFillBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    CheckLiveSurface(L, 1);
     RectF rect;
     GetRectF32FromLua(L, 2, rect);
     ColorRGBA color;
     GetColorRGBAFromLua(L, 3, color);
     float radius = utility::ToFloat(utility::CheckNumber(L, 4));
+    SurfaceInterface* surface = CheckLiveSurface(L, 1);
     vyrui::utils::DrawRoundedFill(*SupplierOf(*surface), *surface, rect, color, radius);
     return 0;
 }
@@ -297,29 +258,35 @@ void StrokeWithColor(SurfaceInterface& surface, const PathInterface& path, const
 
 int StrokePathBody(lua_State* L)
 {
+    CheckLiveSurface(L, 1);
+    CheckPath(L, 2);
+    bool withPen = LuaPen::Is(L, 3);
+    ColorRGBA color;
+    float width = 1;
+    if (!withPen) {
+        GetColorRGBAFromLua(L, 3, color);
+        width = utility::ToFloat(utility::OptNumber(L, 4, 1));
+    }
     SurfaceInterface* surface = CheckLiveSurface(L, 1);
     PathInterface* path = CheckPath(L, 2);
-    if (TestPenObject(L, 3)) {
-        PenInterface* pen = CheckPen(L, 3);
-        if (path != nullptr && pen != nullptr)
-            surface->StrokePath(*path, *pen);
+    if (path == nullptr)
         return 0;
-    }
-    ColorRGBA color;
-    GetColorRGBAFromLua(L, 3, color);
-    float width = utility::ToFloat(utility::OptNumber(L, 4, 1));
-    if (path != nullptr)
+    if (!withPen)
         StrokeWithColor(*surface, *path, color, width);
+    else if (PenInterface* pen = CheckPen(L, 3))
+        surface->StrokePath(*path, *pen);
     return 0;
 }
 
 int FillPathBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
-    PathInterface* path = CheckPath(L, 2);
+    CheckLiveSurface(L, 1);
+    CheckPath(L, 2);
     ColorRGBA color;
     GetColorRGBAFromLua(L, 3, color);
     bool evenOdd = utility::OptInteger(L, 4, 0) != 0;
+    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    PathInterface* path = CheckPath(L, 2);
     if (path != nullptr)
         FillWithColor(*surface, nullptr, path, color, evenOdd);
     return 0;
@@ -327,10 +294,10 @@ int FillPathBody(lua_State* L)
 
 int ShadePathBody(lua_State* L)
 {
+    bool evenOdd = utility::OptInteger(L, 4, 0) != 0;
     SurfaceInterface* surface = CheckLiveSurface(L, 1);
     PathInterface* path = CheckPath(L, 2);
     ShaderInterface* shader = CheckShader(L, 3);
-    bool evenOdd = utility::OptInteger(L, 4, 0) != 0;
     if (path != nullptr && shader != nullptr)
         surface->ShadePath(*path, *shader, evenOdd);
     return 0;
@@ -340,11 +307,13 @@ int ShadePathBody(lua_State* L)
 
 int DrawImageBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
-    ImageInterface* image = CheckImage(L, 2);
+    CheckLiveSurface(L, 1);
+    CheckImage(L, 2);
     PointF point;
     GetPointF32FromLua(L, 3, point);
     float opacity = utility::ToFloat(utility::OptNumber(L, 4, 1));
+    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    ImageInterface* image = CheckImage(L, 2);
     if (image != nullptr)
         surface->DrawImage(*image, point, opacity);
     return 0;
@@ -352,8 +321,8 @@ int DrawImageBody(lua_State* L)
 
 int DrawImage2Body(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
-    ImageInterface* image = CheckImage(L, 2);
+    CheckLiveSurface(L, 1);
+    CheckImage(L, 2);
     RectF dest;
     GetRectF32FromLua(L, 3, dest);
     RectF source;
@@ -361,22 +330,23 @@ int DrawImage2Body(lua_State* L)
     if (hasSource)
         GetRectF32FromLua(L, 4, source);
     float opacity = utility::ToFloat(utility::OptNumber(L, 5, 1));
+    SurfaceInterface* surface = CheckLiveSurface(L, 1);
+    ImageInterface* image = CheckImage(L, 2);
     if (image != nullptr)
         surface->DrawImage(*image, dest, hasSource ? &source : nullptr, opacity);
     return 0;
 }
 
-struct SnapshotMaker {
-    static boost::intrusive_ptr<ImageInterface> Make(void* surface)
-    {
-        return static_cast<SurfaceInterface*>(surface)->GetSurfaceImage();
-    }
-};
-
+// The new object's block first (its allocation may run script code), then
+// the surface it is made from.
 int GetSurfaceImageBody(lua_State* L)
 {
-    SurfaceInterface* surface = CheckLiveSurface(L, 1);
-    return PushNewImage(L, SnapshotMaker::Make, surface);
+    CheckLiveSurface(L, 1);
+    Held<ImageInterface>* image = LuaImage::Push(L);
+    image->object = CheckLiveSurface(L, 1)->GetSurfaceImage();
+    if (!image->object)
+        lua_pop(L, 1);
+    return image->object ? 1 : 0;
 }
 
 // --- policies -------------------------------------------------------
@@ -423,8 +393,6 @@ int FlushBody(lua_State* L)
 }
 
 const luaL_Reg kSurfaceMethods[] = {
-    {"__gc", LuaBoundary<GcBody>},
-    {"__tostring", LuaBoundary<ToStringBody>},
     {"PushStateStack", LuaBoundary<PushStateStackBody>},
     {"PopStateStack", LuaBoundary<PopStateStackBody>},
     {"DrawString", LuaBoundary<Drawing<DrawStringBody>>},
@@ -451,7 +419,6 @@ const luaL_Reg kSurfaceMethods[] = {
     {"SetDeviceDependentTextRendering", LuaBoundary<SetDeviceDependentTextRenderingBody>},
     {"GetSurfaceImage", LuaBoundary<Drawing<GetSurfaceImageBody>>},
     {"Flush", LuaBoundary<FlushBody>},
-    {"Release", LuaBoundary<ReleaseBody>},
     {nullptr, nullptr},
 };
 
@@ -469,31 +436,12 @@ void SetPolicyConstants(lua_State* L)
     SetIntegerField(L, "kInterpolationPolicy_High", 2);
 }
 
-bool FillOwned(SurfaceObject& block, OwnedSurfaceMaker make, lua_State* L, void* context)
-{
-    OwnedSurface made = make(L, context);
-    if (!made.surface)
-        return false;
-    block.owned = true;
-    block.ownsDrawbot = made.drawbot != nullptr;
-    block.drawbot = made.drawbot.release();
-    block.surface = made.surface.detach();
-    return true;
-}
-
-void FillHandedOut(SurfaceObject& block, Drawbot& drawbot)
-{
-    block.lease = drawbot.HandOut().detach();
-    block.surface = drawbot.GetSurface();
-    intrusive_ptr_add_ref(block.surface);
-}
-
 } // namespace
 
-void RegisterSurfaceMetatable(lua_State* L)
+void SurfaceKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatable(L, kSurfaceMetatable, kSurfaceMethods);
-    luaL_getmetatable(L, kSurfaceMetatable);
+    LuaSurface::RegisterMetatable(L, kSurfaceMethods);
+    luaL_getmetatable(L, kMetatable);
     SetPolicyConstants(L);
     SetIntegerField(L, "kTextAlignment_Left", 0);
     SetIntegerField(L, "kTextAlignment_Center", 1);
@@ -506,35 +454,48 @@ void RegisterSurfaceMetatable(lua_State* L)
     lua_pop(L, 1);
 }
 
+const void* SurfaceKind::Identity(SurfaceObject& object)
+{
+    return LiveSurface(object);
+}
+
+void SurfaceKind::Release(SurfaceObject& object)
+{
+    ReleaseObject(object);
+}
+
+void SurfaceKind::ReleaseReleased(lua_State*)
+{
+    throw utility::LuaError(kOutOfScope);
+}
+
 int OpenSurfaceModule(lua_State* L)
 {
-    RegisterSurfaceMetatable(L);
+    SurfaceKind::MakeMetatable(L);
     luaL_register(L, "vyrSurfaceInterface", kSurfaceFunctions);
     SetPolicyConstants(L);
     return 1;
 }
 
-SurfaceObject* CheckSurfaceObject(lua_State* L, int narg)
+SurfaceObject* SurfaceKind::Resolve(lua_State* L, int narg)
 {
     if (lua_type(L, narg) == LUA_TLIGHTUSERDATA) {
-        // The light form: valid only while the block it names is alive.
+        // The light form: valid only while the object it names is alive.
         if (lua_getmetatable(L, narg)) {
-            utility::PushRegistryEntry(L, kSurfaceName);
+            lua_getfield(L, LUA_REGISTRYINDEX, kMetatable);
             bool ours = lua_rawequal(L, -1, -2);
             lua_pop(L, 2);
             if (ours) {
                 PushHandedOutTable(L);
                 lua_pushvalue(L, narg);
                 lua_rawget(L, -2);
-                auto* object = TestBlock<SurfaceObject>(L, -1, kSurfaceName);
+                SurfaceObject* object = LuaSurface::Test(L, -1);
                 lua_pop(L, 2);
-                if (object == nullptr)
-                    throw utility::LuaError(kOutOfScope);
                 return object;
             }
         }
     }
-    return CheckBlock<SurfaceObject>(L, narg, kSurfaceName);
+    return LuaSurface::Check(L, narg);
 }
 
 SurfaceInterface* LiveSurface(SurfaceObject& object)
@@ -547,46 +508,62 @@ SurfaceInterface* LiveSurface(SurfaceObject& object)
 
 SurfaceInterface* CheckLiveSurface(lua_State* L, int narg)
 {
-    SurfaceInterface* surface = LiveSurface(*CheckSurfaceObject(L, narg));
+    SurfaceObject* object = SurfaceKind::Resolve(L, narg);
+    SurfaceInterface* surface = object ? LiveSurface(*object) : nullptr;
     if (surface == nullptr)
         throw utility::LuaError(kOutOfScope);
     return surface;
 }
 
-int PushHandedOutSurface(lua_State* L, Drawbot& drawbot, DrawbotProxy& requester,
-                         int requesterIndex)
+int PushHandedOutSurface(lua_State* L, int requesterIndex)
 {
-    if (requester.surfaceObject != nullptr) {
-        lua_pushlightuserdata(L, requester.surfaceObject);
-        PushMetatable(L, kSurfaceMetatable, RegisterSurfaceMetatable);
+    if (DrawbotProxy* proxy = LuaDrawbot::Test(L, requesterIndex);
+        proxy != nullptr && proxy->surfaceObject != nullptr) {
+        lua_pushlightuserdata(L, proxy->surfaceObject);
+        PushMetatable(L, SurfaceKind::kMetatable, SurfaceKind::MakeMetatable);
         lua_setmetatable(L, -2);
         return 1;
     }
-    auto* block = NewObject<SurfaceObject>(L, kSurfaceMetatable, RegisterSurfaceMetatable);
-    FillHandedOut(*block, drawbot);
-    // The drawbot object keeps its surface object alive (so the record below
-    // never dangles), and the registry maps the block's address to it for
-    // the light form.
+    // The block first; then the drawbot, which its allocation may have
+    // released.
+    SurfaceObject* object = LuaSurface::Push(L);
+    DrawbotProxy* proxy = LuaDrawbot::Test(L, requesterIndex);
+    Drawbot* drawbot = proxy ? LiveDrawbot(*proxy) : nullptr;
+    if (drawbot == nullptr) {
+        lua_pop(L, 1);
+        return 0;
+    }
+    object->lease = drawbot->HandOut().detach();
+    object->surface = drawbot->GetSurface();
+    intrusive_ptr_add_ref(object->surface);
+    proxy->surfaceObject = object;
+    // The drawbot object keeps its surface object alive, and the registry
+    // maps the light form (the payload's address) to it.
     lua_createtable(L, 1, 0);
     lua_pushvalue(L, -2);
     lua_rawseti(L, -2, 1);
     lua_setfenv(L, requesterIndex);
-    requester.surfaceObject = block;
     PushHandedOutTable(L);
-    lua_pushlightuserdata(L, block);
+    lua_pushlightuserdata(L, object);
     lua_pushvalue(L, -3);
     lua_rawset(L, -3);
     lua_pop(L, 1);
     return 1;
 }
 
-int PushOwnedSurface(lua_State* L, OwnedSurfaceMaker make, void* context)
+int AdoptOwnedSurface(lua_State* L, SurfaceObject& object,
+                      const boost::intrusive_ptr<SurfaceInterface>& surface,
+                      std::unique_ptr<Drawbot> drawbot)
 {
-    auto* block = NewObject<SurfaceObject>(L, kSurfaceMetatable, RegisterSurfaceMetatable);
-    if (!FillOwned(*block, make, L, context)) {
+    if (!surface) {
         lua_pop(L, 1);
         return 0;
     }
+    object.owned = true;
+    object.ownsDrawbot = drawbot != nullptr;
+    object.drawbot = drawbot.release();
+    object.surface = surface.get();
+    intrusive_ptr_add_ref(object.surface);
     return 1;
 }
 

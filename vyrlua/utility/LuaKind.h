@@ -7,10 +7,16 @@
 //       static constexpr const char* kMetatable = "vyrlua.drawbot.PenInterface";
 //       static constexpr const char* kWord = "PenInterface";  // __tostring
 //       static void MakeMetatable(lua_State* L);   // methods and constants
-//       static const void* Identity(const PenObject&);  // null once released
+//       static const void* Identity(PenObject&);   // null once released
 //       static void Release(PenObject&);           // drop what it holds; safe twice
-//       // optional: static void ReleaseReleased(lua_State*);  what Release of
-//       // a released object does (default: nothing)
+//       // optional:
+//       // static void ReleaseReleased(lua_State*);  what Release of a
+//       //     released object does (default: nothing)
+//       // static constexpr const char* kReleasedWord = "gone";  __tostring of
+//       //     a released object (default: "released")
+//       // static PenObject* Resolve(lua_State*, int narg);  the receiver of
+//       //     __tostring and Release when the kind has other forms than its
+//       //     block (null for one that names nothing); default: Check
 //   };
 //   using LuaPen = utility::LuaKind<PenKind>;
 //   {"Release", LuaBoundary<LuaPen::ReleaseMethod>}, or LuaPen::kLifetime
@@ -22,6 +28,7 @@
 // call, or any allocation, which may run a finalizer).
 #pragma once
 
+#include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaObjects.h"
 
 #include <utility>
@@ -93,28 +100,54 @@ struct LuaKind {
         return 0;
     }
 
+    // The payload of the receiver of __tostring and Release.
+    static Payload* Receiver(lua_State* L)
+    {
+        if constexpr (requires { Traits::Resolve(L, 1); })
+            return Traits::Resolve(L, 1);
+        else
+            return Check(L, 1);
+    }
+
     static int ToString(lua_State* L)
     {
-        Payload* payload = Check(L, 1);
+        Payload* payload = Receiver(L);
         const void* identity = payload ? Traits::Identity(*payload) : nullptr;
-        if (identity != nullptr)
+        // Interned words and a formatted pointer: nothing here can free the
+        // payload before it is read.
+        if (identity != nullptr) {
             lua_pushfstring(L, "%s(%p)", Traits::kWord, identity);
-        else
-            lua_pushfstring(L, "%s(released)", Traits::kWord);
+        } else {
+            const char* word = "released";
+            if constexpr (requires { Traits::kReleasedWord; })
+                word = Traits::kReleasedWord;
+            lua_pushfstring(L, "%s(%s)", Traits::kWord, word);
+        }
         return 1;
     }
 
     static int ReleaseMethod(lua_State* L)
     {
-        Payload* payload = Check(L, 1);
-        bool released = payload == nullptr || Traits::Identity(*payload) == nullptr;
-        if (released) {
-            if constexpr (requires { Traits::ReleaseReleased(L); })
+        Payload* payload = Receiver(L);
+        bool live = payload != nullptr && Traits::Identity(*payload) != nullptr;
+        // Released again all the same: whatever a released object still
+        // holds (a record of a borrowed drawbot) goes now.
+        if (payload != nullptr)
+            Traits::Release(*payload);
+        if constexpr (requires { Traits::ReleaseReleased(L); }) {
+            if (!live)
                 Traits::ReleaseReleased(L);
-            return 0;
         }
-        Traits::Release(*payload);
         return 0;
+    }
+
+    // The kind's metatable, made or completed: its own __index, with
+    // `lifetime` (kLifetime or kCollected) and `methods`.
+    static void RegisterMetatable(lua_State* L, const luaL_Reg* methods,
+                                  const luaL_Reg* lifetime = kLifetime)
+    {
+        vyrlua::RegisterMetatable(L, Traits::kMetatable, lifetime);
+        vyrlua::RegisterMetatable(L, Traits::kMetatable, methods);
     }
 
     static constexpr luaL_Reg kLifetime[] = {
