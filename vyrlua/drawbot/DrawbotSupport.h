@@ -4,6 +4,7 @@
 #pragma once
 
 #include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 
@@ -21,20 +22,8 @@ using vyrui::drawbot::RectF;
 using MetatableRegistrar = void (*)(lua_State* L);
 void PushMetatable(lua_State* L, const char* name, MetatableRegistrar registrar);
 
-// The payload of the kinds that hold one counted drawing object (paths,
-// pens, shaders, images): the object, null once released.
-template <typename T>
-struct Held {
-    boost::intrusive_ptr<T> object;
-};
-
-// Their life cycle, for their LuaKind traits.
-template <typename T>
-struct HeldKind {
-    using Payload = Held<T>;
-    static const void* Identity(Payload& held) { return held.object.get(); }
-    static void Release(Payload& held) { held.object.reset(); }
-};
+using utility::Held;
+using utility::HeldKind;
 
 // The node manager's suppliers: the default one for measuring without a
 // surface, the OS one for surfaces that bring no supplier of their own.

@@ -52,7 +52,8 @@ int OpenImageModule(lua_State* L)
 
 int newProxyFromImage(lua_State* L, ImageInterface* image)
 {
-    LuaImage::Push(L)->object = image;
+    auto* payload = LuaImage::Push(L);
+    payload->object = image;
     return 1;
 }
 

@@ -135,7 +135,9 @@ namespace {
 int PushSupplierBody(lua_State* L)
 {
     auto* supplier = static_cast<SupplierInterface*>(lua_touserdata(L, 1));
-    LuaSupplier::Push(L)->supplier = supplier->weak_from_this();
+    // The block first: the right side of an assignment runs before the left.
+    auto* payload = LuaSupplier::Push(L);
+    payload->supplier = supplier->weak_from_this();
     return 1;
 }
 

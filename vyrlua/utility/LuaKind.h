@@ -31,6 +31,8 @@
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaObjects.h"
 
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+
 #include <utility>
 
 namespace vyrlua::utility {
@@ -41,7 +43,9 @@ struct LuaKind {
     static inline const LuaKindTag tag{Traits::kMetatable};
 
     // Pushes a new object holding Payload{args...}. The arguments must own
-    // nothing with a destructor (the block's allocation may raise).
+    // nothing with a destructor (the block's allocation may raise); so must
+    // what is stored in the payload afterwards, and not as
+    // `Push(L)->x = make()`, where make() runs first.
     template <typename... Args>
     static Payload* Push(lua_State* L, Args&&... args)
     {
@@ -162,6 +166,21 @@ struct LuaKind {
         {"__tostring", LuaBoundary<ToString>},
         {nullptr, nullptr},
     };
+};
+
+// The payload of the kinds that hold one counted object (paths, pens,
+// captures, ...): the object, null once released.
+template <typename T>
+struct Held {
+    boost::intrusive_ptr<T> object;
+};
+
+// Their life cycle, for their traits.
+template <typename T>
+struct HeldKind {
+    using Payload = Held<T>;
+    static const void* Identity(Payload& held) { return held.object.get(); }
+    static void Release(Payload& held) { held.object.reset(); }
 };
 
 } // namespace vyrlua::utility
