@@ -9,8 +9,9 @@ namespace {
 using vyrtest::LuaTest;
 
 // debug.setmetatable gives any userdata a kind's metatable; a block smaller
-// than the kind's pointer used to be read past its end (__gc, methods).
-TEST_F(LuaTest, ForgedUserdataOfEveryKindIsBadUserData)
+// than the kind's pointer used to be read past its end (__gc, methods). It is
+// no object of the kind.
+TEST_F(LuaTest, ForgedUserdataOfEveryKindIsRefused)
 {
     Run("require 'vyrlua.InputCapture'; require 'vyrlua.TouchCapture'");
     const char* kinds[] = {"vyrlua.InputCapture", "vyrlua.TouchCapture"};
@@ -21,9 +22,10 @@ TEST_F(LuaTest, ForgedUserdataOfEveryKindIsBadUserData)
             << kind;
         for (const char* method : {"IsCapturing", "__tostring"}) {
             std::string code = prelude + "if meta." + method + " then meta." + method +
-                               "(forged) else error('Bad user data', 0) end";
+                               "(forged) else error('" + kind + " expected, got userdata', 0) end";
             std::string error = Error(code);
-            EXPECT_NE(error.find("Bad user data"), std::string::npos) << kind << method << error;
+            EXPECT_NE(error.find(std::string(kind) + " expected, got userdata"), std::string::npos)
+                << kind << method << error;
         }
     }
     // Input events reach Lua only from handlers; forge one of each kind.

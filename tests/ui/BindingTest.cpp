@@ -451,10 +451,75 @@ TEST_F(UiTest, ForgedEventsAndCapturesAreNeverRead)
     for (const char* kind : {"vyrlua.VYRUIMouseEvent", "vyrlua.InputCapture", "vyrlua.TouchCapture"}) {
         std::string forge = std::string("local meta = debug.getregistry()['") + kind +
                             "'] local u = newproxy() debug.setmetatable(u, meta) ";
-        EXPECT_EQ(Error(forge + "return tostring(u)"), "Bad user data") << kind;
+        EXPECT_EQ(Error(forge + "return tostring(u)"),
+                  std::string("bad argument #1 to '?' (") + kind + " expected, got userdata)");
         Run(forge + "meta.__gc(u)");
     }
     Run("m = vyrlua_CreateNewVYRUIMouseEvent{x = 3}");
     EXPECT_THAT(Error("local x = getmetatable(m).__index(InputCapture.New(), 'x')"),
                 testing::HasSubstr("(vyrlua.VYRUIMouseEvent expected, got userdata)"));
 }
+
+namespace vyrtest {
+namespace {
+
+// armed(f): f runs as a finalizer at the next allocation the library makes.
+constexpr const char* kArmed = R"(
+ran = false
+function armed(f)
+    collectgarbage("setpause", 0) collectgarbage("setstepmul", 1000000000) collectgarbage()
+    local p = newproxy(true)
+    getmetatable(p).__gc = function() ran = true f() end
+end
+function calm() collectgarbage("setpause", 200) collectgarbage("setstepmul", 200) end
+)";
+
+TEST_F(UiTest, AnEventEmptiedWhileItsFieldIsReadIsNeverRead)
+{
+    // A finalizer run by the allocation of the result empties the event.
+    EXPECT_EQ(Run(std::string(kArmed) + R"(
+        local e = vyrlua_CreateNewVYRUIMultiTouchEvent { touches = { { x = 1 }, { x = 2 } } }
+        local index, gc = getmetatable(e).__index, getmetatable(e).__gc
+        armed(function() gc(e) end)
+        local ok, err = pcall(index, e, "touches")
+        calm()
+        return ran, ok, err)"),
+              (std::vector<std::string>{"true", "false", "out-of-scope VYRUIMultiTouchEvent"}));
+    EXPECT_EQ(Run(std::string(kArmed) + R"(
+        local text = ("a key's text, long enough to be its own allocation "):rep(4)
+        local e = vyrlua_CreateNewVYRUIKeyboardEvent { text = text }
+        local index, gc = getmetatable(e).__index, getmetatable(e).__gc
+        armed(function() gc(e) end)
+        local ok, got = pcall(index, e, "text")
+        calm()
+        return ran, ok, got == text)"),
+              (std::vector<std::string>{"true", "true", "true"}));
+}
+
+TEST_F(UiTest, KindsAreWhatTheLibraryMadeWhateverTheirMetatable)
+{
+    Run("require 'vyrlua.drawbot.PenInterface' require 'vyrlua.drawbot.vyrPathInterface'\n"
+        "pen = PenInterface.newPenFromSupplier(require('vyrhost.image').supplier(),"
+        " { red = 0, green = 0, blue = 0, alpha = 1 }, 1)\n"
+        "node = vyrcontrols.NewNode()\n"
+        "penMeta, nodeMeta = getmetatable(pen), getmetatable(node)");
+    // A node dressed as a pen is no pen, for its methods and as an argument.
+    EXPECT_EQ(Error("debug.setmetatable(node, penMeta) local ok, err = pcall(node.GetWidth, node)\n"
+                    "debug.setmetatable(node, nodeMeta) error(err, 0)"),
+              "bad argument #1 to '?' (vyrlua.drawbot.PenInterface expected, got userdata)");
+    EXPECT_EQ(Eval("local s = require('vyrhost.image').supplier():CreateOffscreenSurface(4, 4)\n"
+                   "local path = PathInterface.newPathFromSupplier(require('vyrhost.image').supplier())\n"
+                   "debug.setmetatable(node, penMeta) local ok = pcall(s.StrokePath, s, path, node)\n"
+                   "debug.setmetatable(node, nodeMeta) return ok"),
+              "false");
+    // An event is no capture, nor the reverse, with the other's metatable.
+    EXPECT_EQ(Error("local e = vyrlua_CreateNewVYRUIMouseEvent {}\n"
+                    "debug.setmetatable(e, debug.getregistry()['vyrlua.InputCapture'])\n"
+                    "local ok, err = pcall(e.IsCapturing, e)\n"
+                    "debug.setmetatable(e, getmetatable(vyrlua_CreateNewVYRUIMouseEvent {})) error(err, 0)"),
+              "bad argument #1 to '?' (vyrlua.InputCapture expected, got userdata)");
+    Run("collectgarbage() collectgarbage()");
+}
+
+} // namespace
+} // namespace vyrtest

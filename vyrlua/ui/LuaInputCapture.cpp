@@ -1,7 +1,6 @@
 #include "vyrlua/ui/LuaInputCapture.h"
 
 #include "vyrlua/ui/LuaUIEvents.h"
-#include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaModules.h"
@@ -37,48 +36,49 @@ void LuaInputCapture::OnCaptureEnd(bool cancelled)
 
 int PushInputCaptureToLua(lua_State* L, LuaInputCapture* capture)
 {
-    return PushPointerBlock(L, capture, kInputCaptureMetatable);
+    auto* payload = InputCaptureObject::Push(L);
+    payload->object = capture;
+    return 1;
 }
 
 LuaInputCapture* CheckInputCapture(lua_State* L, int narg)
 {
-    return *CheckPointerBlock<LuaInputCapture>(L, narg, kInputCaptureMetatable);
+    utility::Held<LuaInputCapture>* held = InputCaptureObject::Check(L, narg);
+    return held ? held->object.get() : nullptr;
 }
 
 namespace {
 
 int NewBody(lua_State* L)
 {
-    return PushNewPointerBlock<LuaInputCapture>(L, kInputCaptureMetatable);
-}
-
-int GcBody(lua_State* L)
-{
-    return CollectPointerBlock<LuaInputCapture>(L, kInputCaptureMetatable);
-}
-
-int ToStringBody(lua_State* L)
-{
-    lua_pushfstring(L, "InputCapture(%p)", static_cast<void*>(CheckInputCapture(L, 1)));
+    // The block first: the right side of an assignment runs before the left.
+    auto* payload = InputCaptureObject::Push(L);
+    payload->object = new LuaInputCapture();
     return 1;
 }
 
 int BindVyrOperationBody(lua_State* L)
 {
-    LuaInputCapture* capture = CheckInputCapture(L, 1);
-    if (!capture) {
+    // A capture emptied before the call binds nothing.
+    if (!CheckInputCapture(L, 1)) {
         lua_pushboolean(L, false);
         return 1;
     }
     std::string_view operation = utility::CheckLString(L, 2);
     utility::CheckType(L, 3, LUA_TFUNCTION);
     lua_pushvalue(L, 3);
-    capture->Bind(operation, utility::LuaReference<LUA_TFUNCTION>::Create(L));
-    lua_pushboolean(L, true);
+    // The reference first (making it may run script code), then the capture.
+    auto function = utility::LuaReference<LUA_TFUNCTION>::Create(L);
+    LuaInputCapture* capture = CheckInputCapture(L, 1);
+    if (capture)
+        capture->Bind(operation, std::move(function));
+    lua_pushboolean(L, capture != nullptr);
     return 1;
 }
 
-int PushOptionalMouseEvent(lua_State* L, const std::optional<vyrui::events::MouseEvent>& event)
+// By value: the event object's allocation may run a finalizer that frees
+// the capture.
+int PushOptionalMouseEvent(lua_State* L, std::optional<vyrui::events::MouseEvent> event)
 {
     return event ? PushMouseEventToLua(L, *event) : 0;
 }
@@ -103,8 +103,6 @@ int IsCapturingBody(lua_State* L)
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", utility::LuaBoundary<GcBody>},
-    {"__tostring", utility::LuaBoundary<ToStringBody>},
     {"BindVyrOperation", utility::LuaBoundary<BindVyrOperationBody>},
     {"GetInitialMouseEvent", utility::LuaBoundary<GetInitialMouseEventBody>},
     {"GetPreviousMouseEvent", utility::LuaBoundary<GetPreviousMouseEventBody>},
@@ -120,7 +118,7 @@ const luaL_Reg kFunctions[] = {
 int OpenBody(lua_State* L)
 {
     OpenUIEvents(L);
-    RegisterMetatable(L, kInputCaptureMetatable, kMethods);
+    InputCaptureKind::MakeMetatable(L);
     luaL_register(L, "InputCapture", kFunctions);
     for (const char* phase : {kCaptureBegin, kCaptureMouseEvent, kCaptureKeyboardEvent,
                               kCaptureEnd, kCaptureCancel}) {
@@ -131,6 +129,11 @@ int OpenBody(lua_State* L)
 }
 
 } // namespace
+
+void InputCaptureKind::MakeMetatable(lua_State* L)
+{
+    InputCaptureObject::RegisterMetatable(L, kMethods, InputCaptureObject::kCollected);
+}
 
 } // namespace vyrlua::ui
 

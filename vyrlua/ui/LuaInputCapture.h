@@ -6,6 +6,7 @@
 #pragma once
 
 #include "vyrlua/ui/LuaBinder.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrui/ui/UI_InputCapture.h"
 
 extern "C" int luaopen_vyrlua_InputCapture(lua_State* L);
@@ -31,7 +32,14 @@ public:
     void OnCaptureEnd(bool cancelled) override;
 };
 
-// Pushes a userdata that holds one use count on `capture`; returns 1.
+struct InputCaptureKind : utility::HeldKind<LuaInputCapture> {
+    static constexpr const char* kMetatable = kInputCaptureMetatable;
+    static constexpr const char* kWord = "InputCapture";
+    static void MakeMetatable(lua_State* L);
+};
+using InputCaptureObject = utility::LuaKind<InputCaptureKind>;
+
+// Pushes an object that holds one use count on `capture`; returns 1.
 int PushInputCaptureToLua(lua_State* L, LuaInputCapture* capture);
 // The capture of an input-capture object (standard argument error for any
 // other value); null for an emptied object.

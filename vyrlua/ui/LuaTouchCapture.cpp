@@ -3,7 +3,6 @@
 #include "vyrlua/ui/LuaInputCapture.h"
 
 #include "vyrlua/ui/LuaUIEvents.h"
-#include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaBoundary.h"
@@ -32,12 +31,15 @@ void LuaTouchCapture::OnCaptureEnd(bool cancelled)
 
 int PushTouchCaptureToLua(lua_State* L, LuaTouchCapture* capture)
 {
-    return PushPointerBlock(L, capture, kTouchCaptureMetatable);
+    auto* payload = TouchCaptureObject::Push(L);
+    payload->object = capture;
+    return 1;
 }
 
 LuaTouchCapture* CheckTouchCapture(lua_State* L, int narg)
 {
-    return *CheckPointerBlock<LuaTouchCapture>(L, narg, kTouchCaptureMetatable);
+    utility::Held<LuaTouchCapture>* held = TouchCaptureObject::Check(L, narg);
+    return held ? held->object.get() : nullptr;
 }
 
 namespace {
@@ -46,41 +48,40 @@ namespace {
 int NewBody(lua_State* L)
 {
     int touchID = utility::CheckInt(L, 1);
-    return PushNewPointerBlock<LuaTouchCapture>(L, kTouchCaptureMetatable, touchID);
-}
-
-int GcBody(lua_State* L)
-{
-    return CollectPointerBlock<LuaTouchCapture>(L, kTouchCaptureMetatable);
-}
-
-int ToStringBody(lua_State* L)
-{
-    lua_pushfstring(L, "TouchCapture(%p)", static_cast<void*>(CheckTouchCapture(L, 1)));
+    // The block first: the right side of an assignment runs before the left.
+    auto* payload = TouchCaptureObject::Push(L);
+    payload->object = new LuaTouchCapture(touchID);
     return 1;
 }
 
 int BindVyrOperationBody(lua_State* L)
 {
-    LuaTouchCapture* capture = CheckTouchCapture(L, 1);
-    if (!capture) {
+    // A capture emptied before the call binds nothing.
+    if (!CheckTouchCapture(L, 1)) {
         lua_pushboolean(L, false);
         return 1;
     }
     std::string_view operation = utility::CheckLString(L, 2);
     utility::CheckType(L, 3, LUA_TFUNCTION);
     lua_pushvalue(L, 3);
-    capture->Bind(operation, utility::LuaReference<LUA_TFUNCTION>::Create(L));
-    lua_pushboolean(L, true);
+    // The reference first (making it may run script code), then the capture.
+    auto function = utility::LuaReference<LUA_TFUNCTION>::Create(L);
+    LuaTouchCapture* capture = CheckTouchCapture(L, 1);
+    if (capture)
+        capture->Bind(operation, std::move(function));
+    lua_pushboolean(L, capture != nullptr);
     return 1;
 }
 
 int GetInitialTouchEventBody(lua_State* L)
 {
     LuaTouchCapture* capture = CheckTouchCapture(L, 1);
-    if (!capture || !capture->GetInitialTouchEvent())
-        return 0;
-    return PushTouchEventToLua(L, *capture->GetInitialTouchEvent());
+    // A copy: the event object's allocation may run a finalizer that frees
+    // the capture.
+    std::optional<vyrui::events::TouchEvent> event;
+    if (capture)
+        event = capture->GetInitialTouchEvent();
+    return event ? PushTouchEventToLua(L, *event) : 0;
 }
 
 int GetTouchIDBody(lua_State* L)
@@ -100,8 +101,6 @@ int IsCapturingBody(lua_State* L)
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", utility::LuaBoundary<GcBody>},
-    {"__tostring", utility::LuaBoundary<ToStringBody>},
     {"BindVyrOperation", utility::LuaBoundary<BindVyrOperationBody>},
     {"GetInitialTouchEvent", utility::LuaBoundary<GetInitialTouchEventBody>},
     {"GetTouchID", utility::LuaBoundary<GetTouchIDBody>},
@@ -117,7 +116,7 @@ const luaL_Reg kFunctions[] = {
 int OpenBody(lua_State* L)
 {
     OpenUIEvents(L);
-    RegisterMetatable(L, kTouchCaptureMetatable, kMethods);
+    TouchCaptureKind::MakeMetatable(L);
     luaL_register(L, "TouchCapture", kFunctions);
     for (const char* phase : {kCaptureBegin, kCaptureTouchEvent, kCaptureEnd, kCaptureCancel}) {
         lua_pushstring(L, phase);
@@ -127,6 +126,11 @@ int OpenBody(lua_State* L)
 }
 
 } // namespace
+
+void TouchCaptureKind::MakeMetatable(lua_State* L)
+{
+    TouchCaptureObject::RegisterMetatable(L, kMethods, TouchCaptureObject::kCollected);
+}
 
 } // namespace vyrlua::ui
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "vyrlua/ui/LuaBinder.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrui/ui/UI_InputCapture.h"
 
 extern "C" int luaopen_vyrlua_TouchCapture(lua_State* L);
@@ -25,6 +26,13 @@ public:
     bool OnCaptureTouchEvent(const vyrui::events::TouchEvent& event) override;
     void OnCaptureEnd(bool cancelled) override;
 };
+
+struct TouchCaptureKind : utility::HeldKind<LuaTouchCapture> {
+    static constexpr const char* kMetatable = kTouchCaptureMetatable;
+    static constexpr const char* kWord = "TouchCapture";
+    static void MakeMetatable(lua_State* L);
+};
+using TouchCaptureObject = utility::LuaKind<TouchCaptureKind>;
 
 int PushTouchCaptureToLua(lua_State* L, LuaTouchCapture* capture);
 LuaTouchCapture* CheckTouchCapture(lua_State* L, int narg);

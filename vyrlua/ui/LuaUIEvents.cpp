@@ -1,15 +1,16 @@
 #include "vyrlua/ui/LuaUIEvents.h"
 
-#include "vyrlua/ui/PointerBlock.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaFieldReaders.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrlua/utility/LuaStack.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -23,85 +24,71 @@ using vyrcore::geom::PointF;
 namespace {
 
 // ---------------------------------------------------------------------------
-// The userdata: one pointer to a heap copy of the event.
+// The objects: each holds a heap copy of the event.
+
+void CreateEventMetatables(lua_State* L);
+
+template <typename Event>
+struct EventTraits {
+    using Payload = Event;
+    static void MakeMetatable(lua_State* L) { CreateEventMetatables(L); }
+    static const void* Identity(Event& event) { return &event; }
+    static void Release(Event&) {}
+};
 
 template <typename Event>
 struct Kind;
 
 template <>
-struct Kind<MouseEvent> {
+struct Kind<MouseEvent> : EventTraits<MouseEvent> {
     static constexpr const char* kMetatable = kMouseEventMetatable;
-    static constexpr utility::InternedName kName{kMouseEventMetatable};
     static constexpr const char* kWord = "VYRUIMouseEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIMouseEvent";
 };
 template <>
-struct Kind<KeyboardEvent> {
+struct Kind<KeyboardEvent> : EventTraits<KeyboardEvent> {
     static constexpr const char* kMetatable = kKeyboardEventMetatable;
-    static constexpr utility::InternedName kName{kKeyboardEventMetatable};
     static constexpr const char* kWord = "VYRUIKeyboardEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIKeyboardEvent";
 };
 template <>
-struct Kind<TouchEvent> {
+struct Kind<TouchEvent> : EventTraits<TouchEvent> {
     static constexpr const char* kMetatable = kTouchEventMetatable;
-    static constexpr utility::InternedName kName{kTouchEventMetatable};
     static constexpr const char* kWord = "VYRUITouchEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUITouchEvent";
 };
 template <>
-struct Kind<MultiTouchEvent> {
+struct Kind<MultiTouchEvent> : EventTraits<MultiTouchEvent> {
     static constexpr const char* kMetatable = kMultiTouchEventMetatable;
-    static constexpr utility::InternedName kName{kMultiTouchEventMetatable};
     static constexpr const char* kWord = "VYRUIMultiTouchEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIMultiTouchEvent";
 };
 template <>
-struct Kind<GestureEvent> {
+struct Kind<GestureEvent> : EventTraits<GestureEvent> {
     static constexpr const char* kMetatable = kGestureEventMetatable;
-    static constexpr utility::InternedName kName{kGestureEventMetatable};
     static constexpr const char* kWord = "VYRUIGestureEvent";
     static constexpr const char* kConstructor = "vyrlua_CreateNewVYRUIGestureEvent";
 };
 
-void CreateEventMetatables(lua_State* L);
-
-// Every event pushed looks its metatable up: by interned name.
-void PushEventMetatable(lua_State* L, const utility::InternedName& name)
-{
-    utility::PushRegistryEntry(L, name);
-    if (lua_isnil(L, -1)) {
-        lua_pop(L, 1);
-        CreateEventMetatables(L);
-        utility::PushRegistryEntry(L, name);
-    }
-}
-
 template <typename Event>
-int PushEvent(lua_State* L, const Event& event)
+using LuaEvent = utility::LuaKind<Kind<Event>>;
+
+// A new event object holding a copy of `event...` (none: a default
+// event). The block's allocation may raise: the caller owns whatever
+// `event` holds, or nothing.
+template <typename Event, typename... From>
+Event* PushEvent(lua_State* L, const From&... event)
 {
     if (!utility::EnsureStack(L, 3))
         throw LuaError("stack overflow (no room to push an event)");
-    // The block first, empty: should anything below fail, __gc finds nothing.
-    auto** block = static_cast<Event**>(lua_newuserdata(L, sizeof(Event*)));
-    *block = nullptr;
-    PushEventMetatable(L, Kind<Event>::kName);
-    lua_setmetatable(L, -2);
-    *block = new Event(event);
-    return 1;
+    return LuaEvent<Event>::Push(L, event...);
 }
 
-template <typename Event>
-Event* TestEvent(lua_State* L, int index)
-{
-    Event** block = TestPointerBlock<Event>(L, index, Kind<Event>::kName);
-    return block ? *block : nullptr;
-}
-
+// The event at `index`; "out-of-scope VYRUIMouseEvent" for an emptied one.
 template <typename Event>
 Event& CheckEvent(lua_State* L, int index)
 {
-    Event* event = *CheckPointerBlock<Event>(L, index, Kind<Event>::kName);
+    Event* event = LuaEvent<Event>::Check(L, index);
     if (!event)
         throw LuaError(std::string("out-of-scope ") + Kind<Event>::kWord);
     return *event;
@@ -110,27 +97,8 @@ Event& CheckEvent(lua_State* L, int index)
 template <typename Event>
 std::unique_ptr<Event> CopyEvent(lua_State* L, int index)
 {
-    Event* event = TestEvent<Event>(L, index);
+    Event* event = LuaEvent<Event>::Test(L, index);
     return event ? std::make_unique<Event>(*event) : nullptr;
-}
-
-template <typename Event>
-int GcBody(lua_State* L)
-{
-    if (Event** block = TestPointerBlock<Event>(L, 1, Kind<Event>::kName)) {
-        Event* event = *block;
-        *block = nullptr;
-        delete event;
-    }
-    return 0;
-}
-
-template <typename Event>
-int ToStringBody(lua_State* L)
-{
-    Event* event = *CheckPointerBlock<Event>(L, 1, Kind<Event>::kName);
-    lua_pushfstring(L, "%s(%p)", Kind<Event>::kWord, static_cast<void*>(event));
-    return 1;
 }
 
 // ---------------------------------------------------------------------------
@@ -163,7 +131,9 @@ bool PushKeyboardField(lua_State* L, const KeyboardEvent& e, std::string_view ke
 {
     if (key == "type") PushString(L, KeyboardEventTypeName(e.type));
     else if (key == "keyCode") lua_pushinteger(L, e.keyCode);
-    else if (key == "text") PushString(L, e.text);
+    // A copy: the allocation of the Lua string may run a finalizer that
+    // frees the event. Pushed protected, so the copy is always freed.
+    else if (key == "text") utility::PushLString(L, std::string(e.text));
     else if (key == "modifiers") lua_pushnumber(L, e.modifiers);
     else if (key == "isRepeat") lua_pushboolean(L, e.isRepeat);
     else if (key == "timestamp") lua_pushnumber(L, e.timestamp);
@@ -187,8 +157,9 @@ bool PushTouchPointField(lua_State* L, const TouchPoint& t, std::string_view key
 constexpr const char* kTouchPointFields[] = {"touchID", "phase", "x", "y",
                                              "globalX", "globalY", "pressure"};
 
-// A touch point as a plain table with the fields above.
-void PushTouchPointTable(lua_State* L, const TouchPoint& t)
+// A touch point as a plain table with the fields above. A copy: the
+// table's allocation may run a finalizer that frees the event.
+void PushTouchPointTable(lua_State* L, TouchPoint t)
 {
     lua_createtable(L, 0, 7);
     for (const char* name : kTouchPointFields) {
@@ -208,15 +179,21 @@ bool PushTouchField(lua_State* L, const TouchEvent& e, std::string_view key)
     return true;
 }
 
+// The touches of the event at 1, which each allocation may free: looked up
+// again before each touch is read.
+void PushTouches(lua_State* L)
+{
+    lua_createtable(L, static_cast<int>(CheckEvent<MultiTouchEvent>(L, 1).touches.size()), 0);
+    for (size_t i = 0; i < CheckEvent<MultiTouchEvent>(L, 1).touches.size(); ++i) {
+        PushTouchPointTable(L, CheckEvent<MultiTouchEvent>(L, 1).touches[i]);
+        lua_rawseti(L, -2, static_cast<int>(i + 1));
+    }
+}
+
 bool PushMultiTouchField(lua_State* L, const MultiTouchEvent& e, std::string_view key)
 {
-    if (key == "touches") {
-        lua_createtable(L, static_cast<int>(e.touches.size()), 0);
-        for (size_t i = 0; i < e.touches.size(); ++i) {
-            PushTouchPointTable(L, e.touches[i]);
-            lua_rawseti(L, -2, static_cast<int>(i + 1));
-        }
-    } else if (key == "count") lua_pushinteger(L, static_cast<lua_Integer>(e.touches.size()));
+    if (key == "touches") PushTouches(L);
+    else if (key == "count") lua_pushinteger(L, static_cast<lua_Integer>(e.touches.size()));
     else if (key == "modifiers") lua_pushnumber(L, e.modifiers);
     else if (key == "timestamp") lua_pushnumber(L, e.timestamp);
     else return false;
@@ -268,41 +245,49 @@ int IndexBody(lua_State* L)
 // ---------------------------------------------------------------------------
 // Methods.
 
+// Points are copied before the table that holds them is made (its
+// allocation may run a finalizer that frees the event).
 template <typename Event>
 int GetPointBody(lua_State* L)
 {
     const Event& e = CheckEvent<Event>(L, 1);
+    PointF point;
     if constexpr (std::is_same_v<Event, TouchEvent>)
-        return drawbot::PushPointF32ToLua(L, e.touch.position);
+        point = e.touch.position;
     else
-        return drawbot::PushPointF32ToLua(L, e.position);
+        point = e.position;
+    return drawbot::PushPointF32ToLua(L, point);
 }
 
 template <typename Event>
 int GetGlobalPointBody(lua_State* L)
 {
     const Event& e = CheckEvent<Event>(L, 1);
+    PointF point;
     if constexpr (std::is_same_v<Event, TouchEvent>)
-        return drawbot::PushPointF32ToLua(L, e.touch.globalPosition);
+        point = e.touch.globalPosition;
     else
-        return drawbot::PushPointF32ToLua(L, e.globalPosition);
+        point = e.globalPosition;
+    return drawbot::PushPointF32ToLua(L, point);
 }
 
 int GetWheelDeltaBody(lua_State* L)
 {
-    return drawbot::PushPointF32ToLua(L, CheckEvent<MouseEvent>(L, 1).wheelDelta);
+    PointF delta = CheckEvent<MouseEvent>(L, 1).wheelDelta;
+    return drawbot::PushPointF32ToLua(L, delta);
 }
 
 int GetDeltaBody(lua_State* L)
 {
-    return drawbot::PushPointF32ToLua(L, CheckEvent<GestureEvent>(L, 1).delta);
+    PointF delta = CheckEvent<GestureEvent>(L, 1).delta;
+    return drawbot::PushPointF32ToLua(L, delta);
 }
 
 template <typename Event>
 int HasModifierBody(lua_State* L)
 {
-    const Event& e = CheckEvent<Event>(L, 1);
     lua_Integer mask = utility::CheckInteger(L, 2);
+    const Event& e = CheckEvent<Event>(L, 1);
     lua_pushboolean(L, mask > 0 && (static_cast<lua_Integer>(e.modifiers) & mask) == mask);
     return 1;
 }
@@ -310,8 +295,8 @@ int HasModifierBody(lua_State* L)
 // (i) -> the i-th touch (1-based) as a table, or nothing.
 int GetTouchBody(lua_State* L)
 {
-    const MultiTouchEvent& e = CheckEvent<MultiTouchEvent>(L, 1);
     lua_Integer i = utility::CheckInteger(L, 2);
+    const MultiTouchEvent& e = CheckEvent<MultiTouchEvent>(L, 1);
     if (i < 1 || static_cast<unsigned long long>(i) > e.touches.size())
         return 0;
     PushTouchPointTable(L, e.touches[static_cast<size_t>(i - 1)]);
@@ -320,8 +305,6 @@ int GetTouchBody(lua_State* L)
 
 template <typename Event>
 constexpr luaL_Reg kCommonMethods[] = {
-    {"__gc", utility::LuaBoundary<GcBody<Event>>},
-    {"__tostring", utility::LuaBoundary<ToStringBody<Event>>},
     {"__index", utility::LuaBoundary<IndexBody<Event>>},
     {"HasModifier", utility::LuaBoundary<HasModifierBody<Event>>},
     {nullptr, nullptr},
@@ -403,28 +386,29 @@ public:
             lua_pop(mL, 1);
         }
     }
-    void String(const char* name, std::string& out) const
+    // A string field, left on the stack (so the view stays valid) when
+    // present; nothing is pushed for an absent one.
+    std::optional<std::string_view> Text(const char* name) const
     {
-        if (Fetch(name)) {
-            if (lua_type(mL, -1) != LUA_TSTRING)
-                Fail(name, "must be a string");
-            size_t length = 0;
-            const char* s = lua_tolstring(mL, -1, &length);
-            out.assign(s, length);
-            lua_pop(mL, 1);
-        }
+        if (!Fetch(name))
+            return std::nullopt;
+        if (lua_type(mL, -1) != LUA_TSTRING)
+            Fail(name, "must be a string");
+        size_t length = 0;
+        const char* s = lua_tolstring(mL, -1, &length);
+        return std::string_view(s, length);
     }
     // A name field looked up with `fromName`; unknown names list the good ones.
     template <typename Enum>
     void Name(const char* name, Enum& out, bool (*fromName)(std::string_view, Enum&),
               const char* choices) const
     {
-        std::string text;
-        String(name, text);
-        if (!text.empty() || HasField(name)) {
-            if (!fromName(text, out))
-                Fail(name, "'" + text + "' is not one of " + choices);
-        }
+        std::optional<std::string_view> text = Text(name);
+        if (!text)
+            return;
+        if (!fromName(*text, out))
+            Fail(name, "'" + std::string(*text) + "' is not one of " + choices);
+        lua_pop(mL, 1);
     }
     void Point(const char* xName, const char* yName, PointF& out) const
     {
@@ -440,13 +424,6 @@ public:
     }
 
 private:
-    bool HasField(const char* name) const
-    {
-        if (!Fetch(name))
-            return false;
-        lua_pop(mL, 1);
-        return true;
-    }
     // Pushes the field; false (nothing pushed) when it is nil.
     bool Fetch(const char* name) const
     {
@@ -496,6 +473,12 @@ void ReadTouchPoint(const FieldReader& in, TouchPoint& t)
     in.Float("pressure", t.pressure);
 }
 
+// The events read into locals are plain data: nothing to free should
+// reading a field raise.
+static_assert(std::is_trivially_destructible_v<MouseEvent>);
+static_assert(std::is_trivially_destructible_v<TouchEvent>);
+static_assert(std::is_trivially_destructible_v<GestureEvent>);
+
 int NewMouseEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<MouseEvent>(L);
@@ -509,20 +492,36 @@ int NewMouseEventBody(lua_State* L)
     in.Int("clickCount", e.clickCount);
     in.Point("wheelDeltaX", "wheelDeltaY", e.wheelDelta);
     in.Number("timestamp", e.timestamp);
-    return PushEvent(L, e);
+    PushEvent<MouseEvent>(L, e);
+    return 1;
 }
 
 int NewKeyboardEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<KeyboardEvent>(L);
-    KeyboardEvent e;
-    in.Name("type", e.type, KeyboardEventTypeFromName, "keyDown, keyUp, char");
-    in.Int("keyCode", e.keyCode);
-    in.String("text", e.text);
-    in.Mask("modifiers", e.modifiers);
-    in.Bool("isRepeat", e.isRepeat);
-    in.Number("timestamp", e.timestamp);
-    return PushEvent(L, e);
+    // Plain fields, and the text as the Lua string itself until the event
+    // holds its copy.
+    struct {
+        KeyboardEventType type = KeyboardEventType::KeyDown;
+        int32_t keyCode = kKey_None;
+        uint32_t modifiers = kModifier_None;
+        bool isRepeat = false;
+        double timestamp = 0;
+    } plain;
+    in.Name("type", plain.type, KeyboardEventTypeFromName, "keyDown, keyUp, char");
+    in.Int("keyCode", plain.keyCode);
+    in.Mask("modifiers", plain.modifiers);
+    in.Bool("isRepeat", plain.isRepeat);
+    in.Number("timestamp", plain.timestamp);
+    std::string_view text = in.Text("text").value_or(std::string_view());
+    KeyboardEvent* e = PushEvent<KeyboardEvent>(L);
+    e->type = plain.type;
+    e->keyCode = plain.keyCode;
+    e->modifiers = plain.modifiers;
+    e->isRepeat = plain.isRepeat;
+    e->timestamp = plain.timestamp;
+    e->text.assign(text);
+    return 1;
 }
 
 int NewTouchEventBody(lua_State* L)
@@ -533,15 +532,21 @@ int NewTouchEventBody(lua_State* L)
     in.Int("tapCount", e.tapCount);
     in.Mask("modifiers", e.modifiers);
     in.Number("timestamp", e.timestamp);
-    return PushEvent(L, e);
+    PushEvent<TouchEvent>(L, e);
+    return 1;
 }
 
 int NewMultiTouchEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<MultiTouchEvent>(L);
-    MultiTouchEvent e;
-    in.Mask("modifiers", e.modifiers);
-    in.Number("timestamp", e.timestamp);
+    uint32_t modifiers = kModifier_None;
+    double timestamp = 0;
+    in.Mask("modifiers", modifiers);
+    in.Number("timestamp", timestamp);
+    MultiTouchEvent* e = PushEvent<MultiTouchEvent>(L);
+    e->modifiers = modifiers;
+    e->timestamp = timestamp;
+    int event = lua_gettop(L);
     if (lua_type(L, 1) == LUA_TTABLE) {
         utility::PushField(L, 1, "touches");
         int touches = lua_gettop(L);
@@ -556,7 +561,8 @@ int NewMultiTouchEventBody(lua_State* L)
                     in.Fail("touches", "must hold tables (entry " + std::to_string(i) + " is not)");
                 TouchPoint t;
                 ReadTouchPoint(FieldReader(L, lua_gettop(L), Kind<MultiTouchEvent>::kConstructor), t);
-                e.touches.push_back(t);
+                // Looked up again: reading the touch ran script code.
+                CheckEvent<MultiTouchEvent>(L, event).touches.push_back(t);
                 lua_pop(L, 1);
             }
         } else if (!lua_isnil(L, touches)) {
@@ -564,7 +570,7 @@ int NewMultiTouchEventBody(lua_State* L)
         }
         lua_pop(L, 1);
     }
-    return PushEvent(L, e);
+    return 1;
 }
 
 int NewGestureEventBody(lua_State* L)
@@ -580,7 +586,8 @@ int NewGestureEventBody(lua_State* L)
     in.Float("rotation", e.rotation);
     in.Mask("modifiers", e.modifiers);
     in.Number("timestamp", e.timestamp);
-    return PushEvent(L, e);
+    PushEvent<GestureEvent>(L, e);
+    return 1;
 }
 
 const luaL_Reg kConstructors[] = {
@@ -595,10 +602,10 @@ const luaL_Reg kConstructors[] = {
 template <typename Event>
 void CreateMetatable(lua_State* L, const luaL_Reg* methods)
 {
-    luaL_newmetatable(L, Kind<Event>::kMetatable);
-    luaL_register(L, nullptr, kCommonMethods<Event>);
-    luaL_register(L, nullptr, methods);
-    lua_pop(L, 1);
+    RegisterMetatable(L, Kind<Event>::kMetatable, methods);
+    // Last: the __index of kCommonMethods (fields, then methods) replaces
+    // the metatable's own.
+    LuaEvent<Event>::RegisterMetatable(L, kCommonMethods<Event>, LuaEvent<Event>::kCollected);
 }
 
 // Registry only: safe wherever an event is pushed.
@@ -615,11 +622,11 @@ void CreateEventMetatables(lua_State* L)
 
 } // namespace
 
-int PushMouseEventToLua(lua_State* L, const MouseEvent& event) { return PushEvent(L, event); }
-int PushKeyboardEventToLua(lua_State* L, const KeyboardEvent& event) { return PushEvent(L, event); }
-int PushTouchEventToLua(lua_State* L, const TouchEvent& event) { return PushEvent(L, event); }
-int PushMultiTouchEventToLua(lua_State* L, const MultiTouchEvent& event) { return PushEvent(L, event); }
-int PushGestureEventToLua(lua_State* L, const GestureEvent& event) { return PushEvent(L, event); }
+int PushMouseEventToLua(lua_State* L, const MouseEvent& event) { PushEvent<MouseEvent>(L, event); return 1; }
+int PushKeyboardEventToLua(lua_State* L, const KeyboardEvent& event) { PushEvent<KeyboardEvent>(L, event); return 1; }
+int PushTouchEventToLua(lua_State* L, const TouchEvent& event) { PushEvent<TouchEvent>(L, event); return 1; }
+int PushMultiTouchEventToLua(lua_State* L, const MultiTouchEvent& event) { PushEvent<MultiTouchEvent>(L, event); return 1; }
+int PushGestureEventToLua(lua_State* L, const GestureEvent& event) { PushEvent<GestureEvent>(L, event); return 1; }
 
 std::unique_ptr<MouseEvent> GetMouseEventFromLua(lua_State* L, int index) { return CopyEvent<MouseEvent>(L, index); }
 std::unique_ptr<KeyboardEvent> GetKeyboardEventFromLua(lua_State* L, int index) { return CopyEvent<KeyboardEvent>(L, index); }
