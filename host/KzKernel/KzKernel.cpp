@@ -1,7 +1,10 @@
 #include "KzKernel/KzKernel.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <mutex>
+#include <vector>
 
 namespace {
 
@@ -10,6 +13,14 @@ std::atomic<lua_State*> gHostState{nullptr};
 std::atomic<KzRunProtectedCallHook> gProtectedCallHook{nullptr};
 
 constexpr const char* kLocatorKey = "dlsl-fn";
+
+// Every locator ever registered (a handful at most).
+std::mutex gLocatorsMutex;
+std::vector<KzDeferredLuaStateLocator>& RegisteredLocators()
+{
+    static auto* locators = new std::vector<KzDeferredLuaStateLocator>();
+    return *locators;
+}
 
 } // namespace
 
@@ -82,8 +93,24 @@ const char* KzKernel_LuaName()
     return VYRLUA_LUA_NAME;
 }
 
+bool KzKernel_IsRegisteredLuaStateLocator(KzDeferredLuaStateLocator locator)
+{
+    std::lock_guard<std::mutex> lock(gLocatorsMutex);
+    const auto& locators = RegisteredLocators();
+    return locator != nullptr &&
+           std::find(locators.begin(), locators.end(), locator) != locators.end();
+}
+
 void RegisterDeferredLuaStateLocator(lua_State* L, KzDeferredLuaStateLocator locator)
 {
+    {
+        // Recorded before anything can raise: a recorded locator that never
+        // reached the registry is harmless.
+        std::lock_guard<std::mutex> lock(gLocatorsMutex);
+        auto& locators = RegisteredLocators();
+        if (std::find(locators.begin(), locators.end(), locator) == locators.end())
+            locators.push_back(locator);
+    }
     lua_pushlstring(L, kLocatorKey, 7);
     auto* block = static_cast<KzDeferredLuaStateLocator*>(
         lua_newuserdata(L, sizeof(KzDeferredLuaStateLocator)));

@@ -35,6 +35,10 @@ const char* KzKernel_LuaName();
 // Stores `locator` in the registry under "dlsl-fn" as a full userdata
 // holding the function pointer.
 void RegisterDeferredLuaStateLocator(lua_State* L, KzDeferredLuaStateLocator locator);
+// Whether `locator` is a value RegisterDeferredLuaStateLocator stored: what
+// the registry holds under "dlsl-fn" is called only when it is (scripts can
+// reach the registry through the debug library and plant anything there).
+bool KzKernel_IsRegisteredLuaStateLocator(KzDeferredLuaStateLocator locator);
 
 // Compiles `length` bytes of Lua source named `chunkName`. Expects the
 // environment table for the chunk on top of the stack; replaces it with the

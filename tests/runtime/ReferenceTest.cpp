@@ -131,7 +131,15 @@ TEST_F(ReferenceTest, SettersRejectWrongTypesAndKeepNothingForNil)
 TEST_F(ReferenceTest, MissingOrForeignLocatorFailsAtRegistration)
 {
     // A size that is not the host's, or one with a metatable, is not a locator.
-    for (const char* planted : {"nil", "newproxy()", "io.stdout"}) {
+    // Nor is a block one pointer wide stripped of its metatable: a file
+    // handle, or an object of the library.
+    Run("require 'vyrlua.drawbot.PenInterface'\n"
+        "function stripped(u) debug.setmetatable(u, nil) return u end\n"
+        "pen = PenInterface.newPenFromSupplier(require('vyrhost.image').supplier(),"
+        " { red = 0, green = 0, blue = 0, alpha = 1 }, 1)\n"
+        "penMeta = getmetatable(pen)");
+    for (const char* planted :
+         {"nil", "newproxy()", "io.stdout", "stripped(io.tmpfile())", "stripped(pen)"}) {
         Run("debug.getregistry()['dlsl-fn'] = " + std::string(planted));
         int slotsBefore = static_cast<int>(lua_objlen(L(), LUA_REGISTRYINDEX));
         EXPECT_EQ(Error("keep(function() end)"),
@@ -140,6 +148,7 @@ TEST_F(ReferenceTest, MissingOrForeignLocatorFailsAtRegistration)
         EXPECT_EQ(static_cast<int>(lua_objlen(L(), LUA_REGISTRYINDEX)), slotsBefore) << planted;
     }
     EXPECT_TRUE(held.functions.empty());
+    Run("debug.setmetatable(pen, penMeta) pen:Release()");
     RegisterDeferredLuaStateLocator(L(), KzKernel_CurrentLuaState);
     EXPECT_EQ(Eval("return keep(function() end)"), "1");
 }

@@ -2,6 +2,7 @@
 
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaException.h"
+#include "vyrlua/utility/LuaObjects.h"
 
 namespace vyrlua::utility {
 
@@ -12,14 +13,19 @@ KzDeferredLuaStateLocator FindDeferredLuaStateLocator(lua_State* L)
     // Raw: the registry is reachable from scripts through the debug library,
     // and a metamethod there must not run here.
     lua_rawget(L, LUA_REGISTRYINDEX);
-    // Only the host's block qualifies: a userdata a script could plant there
-    // (newproxy, a file handle) has another size or a metatable.
+    // Only the host's block qualifies. A script can plant any userdata there
+    // (through the debug library), strip its metatable first, and a block
+    // one pointer wide may be a library object: what the block holds is
+    // called only when the kernel registered it.
     int base = lua_gettop(L) - 1;
     if (lua_type(L, -1) == LUA_TUSERDATA && lua_objlen(L, -1) == sizeof(locator) &&
-        !lua_getmetatable(L, -1))
-        locator = *static_cast<KzDeferredLuaStateLocator*>(lua_touserdata(L, -1));
+        !lua_getmetatable(L, -1)) {
+        void* held = *static_cast<void**>(lua_touserdata(L, -1));
+        if (PayloadKind(held) == nullptr)
+            locator = *static_cast<KzDeferredLuaStateLocator*>(lua_touserdata(L, -1));
+    }
     lua_settop(L, base);
-    return locator;
+    return KzKernel_IsRegisteredLuaStateLocator(locator) ? locator : nullptr;
 }
 
 namespace detail {
