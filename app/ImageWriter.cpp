@@ -25,9 +25,10 @@ void WriteSurface(vyrui::drawbot::SurfaceInterface& surface, std::string_view pa
 // writePNG(surface, path): the surface's pixels as a PNG file.
 int WritePNGBody(lua_State* L)
 {
-    vyrui::drawbot::SurfaceInterface* surface = vyrlua::drawbot::CheckLiveSurface(L, 1);
+    // The path first: reading a number as text allocates, which may run a
+    // finalizer that releases the surface.
     std::string_view path = vyrlua::utility::CheckLString(L, 2);
-    WriteSurface(*surface, path);
+    WriteSurface(*vyrlua::drawbot::CheckLiveSurface(L, 1), path);
     lua_pushboolean(L, 1);
     return 1;
 }
