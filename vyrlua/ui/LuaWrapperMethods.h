@@ -306,8 +306,11 @@ template <typename Host, auto Fn, typename... Args, size_t... I>
 int MethodBody(lua_State* L, std::index_sequence<I...>)
 {
     using R = std::decay_t<typename MemberTraits<decltype(Fn)>::Return>;
-    if (SelfAs<Host>(L) == nullptr)
-        return 0;
+    // Without arguments nothing runs between the two resolutions.
+    if constexpr (sizeof...(Args) > 0) {
+        if (SelfAs<Host>(L) == nullptr)
+            return 0;
+    }
     // Braced: read left to right.
     std::tuple<typename Args::Raw...> raw{Args::Read(L, static_cast<int>(I) + 2)...};
     vyrui::ui::UI_Node* node = nullptr;
