@@ -198,18 +198,23 @@ void UI_ControlView::BeginPress(Tracking how, uint32_t modifiers)
     OnPressBegin(modifiers);
 }
 
-void UI_ControlView::EndPress(bool inside)
+void UI_ControlView::StopTracking(bool cancelled)
 {
-    if (mTracking == Tracking::None)
-        return;
-    Ptr held(this);
     mTracking = Tracking::None;
     SetDownState(false);
     boost::intrusive_ptr<PressCapture> capture = std::move(mCapture);
     mCapture.reset();
     ui::UI_NodeManager* manager = ui::UI_NodeManager::Get(false);
     if (capture && manager && manager->GetInputCapture() == capture.get())
-        manager->EndInputCapture(false);
+        manager->EndInputCapture(cancelled);
+}
+
+void UI_ControlView::EndPress(bool inside)
+{
+    if (mTracking == Tracking::None)
+        return;
+    Ptr held(this);
+    StopTracking(false);
     OnPressEnd(inside);
     if (inside)
         OnActivate();
@@ -220,13 +225,7 @@ void UI_ControlView::CancelPress()
     if (mTracking == Tracking::None)
         return;
     Ptr held(this);
-    mTracking = Tracking::None;
-    SetDownState(false);
-    boost::intrusive_ptr<PressCapture> capture = std::move(mCapture);
-    mCapture.reset();
-    ui::UI_NodeManager* manager = ui::UI_NodeManager::Get(false);
-    if (capture && manager && manager->GetInputCapture() == capture.get())
-        manager->EndInputCapture(true);
+    StopTracking(true);
     OnPressCancel();
 }
 

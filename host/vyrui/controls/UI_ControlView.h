@@ -142,6 +142,8 @@ private:
     void BeginPress(Tracking how, uint32_t modifiers);
     void EndPress(bool inside);
     void CancelPress();
+    // Ends the press and gives the pointer back.
+    void StopTracking(bool cancelled);
     void SetHover(bool hover);
 
     bool mValueUnknown = false;

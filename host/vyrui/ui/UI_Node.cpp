@@ -368,9 +368,10 @@ void UI_Node::DrawContent(drawbot::Drawbot& drawbot)
 {
     drawbot::SurfaceInterface* surface = drawbot.GetSurface();
     // Outside the area being drawn (a window's dirty region), the node's own
-    // drawing would change no pixel; its children may still reach in.
+    // drawing would change no pixel; its children may still reach in. A node
+    // without a size may draw anywhere.
     RectF bounds = UI_GetBoundsF();
-    if (!bounds.IsEmpty() && surface->IsWithinClipBounds(bounds))
+    if (bounds.IsEmpty() || surface->IsWithinClipBounds(bounds))
         UI_DrawSelf(drawbot);
     if (mChildren.empty())
         return;
