@@ -117,8 +117,8 @@ struct LuaKind {
     {
         Payload* payload = Receiver(L);
         const void* identity = payload ? Traits::Identity(*payload) : nullptr;
-        // Interned words and a formatted pointer: nothing here can free the
-        // payload before it is read.
+        // The identity is read before the push, whose allocation may run a
+        // finalizer that frees the payload.
         if (identity != nullptr) {
             lua_pushfstring(L, "%s(%p)", Traits::kWord, identity);
         } else {
