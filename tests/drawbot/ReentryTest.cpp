@@ -78,8 +78,8 @@ TEST_F(DrawbotTest, FinalizersReleasingTheObjectsOfTheCall)
                           Case{"db", "PathInterface.newPath(db)", "nil"},
                           Case{"db", "db:CreateOffscreenSurface(2, 2)", "nil"}}) {
         // Nothing allocates between arming and the call.
-        std::string code = std::string(kPrelude) + "local f = function() return " + c.call +
-                           " end\narmed(function() " + c.released + ":Release() end)\n"
+        std::string code = std::string(kPrelude) + "local f = function() local got = " +
+                           c.call + " return got end\narmed(function() " + c.released + ":Release() end)\n"
                            "local ok, got = pcall(f)\ncalm() assert(ran) return tostring(got)";
         EXPECT_EQ(Eval(code), c.gives) << c.call;
     }
