@@ -158,9 +158,9 @@ TEST(HostProgramTest, RendersOpenWindowsToPNG)
     Outcome o = RunHost("--render " + out.string() + " " + script);
     EXPECT_EQ(o.status, 0) << o.out;
     EXPECT_EQ(o.out, "rendered " + (out / "main.png").string() + "\nrendered " +
-                         (out / "window-2.png").string() + "\n");
+                         (out / "_escape.png").string() + "\n");
     EXPECT_EQ(PNGSize(out / "main.png"), std::make_pair(64u, 32u));
-    EXPECT_EQ(PNGSize(out / "window-2.png"), std::make_pair(10u, 12u));
+    EXPECT_EQ(PNGSize(out / "_escape.png"), std::make_pair(10u, 12u));
     EXPECT_FALSE(fs::exists(out / "dropped.png"));
 
     // A directory that cannot be made is an error, not a silent success.
