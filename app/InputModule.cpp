@@ -247,7 +247,20 @@ int DragBody(lua_State* L)
     static thread_local vyrcore::geom::PointF points[kMaxDragPoints];
     for (int i = 0; i < count; ++i) {
         lua_rawgeti(L, 2, i + 1);
-        vyrlua::drawbot::GetPointF32FromLua(L, -1, points[i]);
+        int point = lua_gettop(L);
+        bool pair = false;
+        if (lua_type(L, point) == LUA_TTABLE) {
+            lua_rawgeti(L, point, 1);
+            lua_rawgeti(L, point, 2);
+            pair = lua_type(L, -2) == LUA_TNUMBER && lua_type(L, -1) == LUA_TNUMBER;
+            if (pair)
+                points[i] = {vyrlua::utility::ToFloat(lua_tonumber(L, -2)),
+                             vyrlua::utility::ToFloat(lua_tonumber(L, -1))};
+            lua_pop(L, 2);
+        }
+        // Else a point value: {x = .., y = ..} or a PointF32.
+        if (!pair)
+            vyrlua::drawbot::GetPointF32FromLua(L, point, points[i]);
         lua_pop(L, 1);
     }
     UI_Node::Ptr node = CheckNode(L, 1);
@@ -394,8 +407,9 @@ int WaitBody(lua_State* L)
         throw LuaError("wait: the event loop is running already (call wait from the script's "
                        "main chunk, not from a handler or timer)");
     vyrui::EventLoop* loop = Loop();
-    if (loop == nullptr)
-        throw LuaError("wait: there is no event loop");
+    // On a real clock waiting would stall the windows and their input.
+    if (loop == nullptr || loop->GetClock() != vyrui::EventLoop::Clock::Virtual)
+        throw LuaError("wait: only headless runs, on the virtual clock, can wait");
     LoopRunScope running;
     loop->RunFor(seconds);
     return 0;

@@ -27,8 +27,8 @@
 //       front (true) or goes to the back
 //   input.modalWindow()                     -- the modal window (a dialog to
 //       answer) or nil
-//   input.wait(seconds)                     -- runs the event loop (timers) for
-//       that long; headless on the virtual clock, so it takes no time
+//   input.wait(seconds)                     -- headless: runs the event loop
+//       (timers) for that long on the virtual clock, so it takes no time
 //
 // Buttons: "left" (default), "right", "middle". Modifiers: a mask of
 // vyrui's modifier bits, or names joined by "+" ("shift+command"); names

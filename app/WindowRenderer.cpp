@@ -3,11 +3,13 @@
 #include "vyrcore/config.h"
 #include "vyrcore/string.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
+#include "vyrui/drawbot/FontSet.h"
 #include "vyrui/drawbot/Supplier.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
@@ -49,6 +51,33 @@ std::string Number(float value)
     return text;
 }
 
+// The window as a screen shows it: a title bar with the title above the
+// window's content.
+boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
+    vyrui::ui::OS_Window& window, vyrui::drawbot::SurfaceInterface& content)
+{
+    using namespace vyrui::drawbot;
+    std::shared_ptr<SupplierInterface> supplier = window.UI_GetDrawSupplier();
+    float scale = window.GetViewScaleFactor();
+    int bar = static_cast<int>(std::ceil(kTitleBarHeight * scale));
+    auto framed = supplier->NewOffscreenSurface(content.GetWidth(), content.GetHeight() + bar, true);
+    framed->FillRect({0, 0, static_cast<float>(content.GetWidth()), static_cast<float>(bar)},
+                     *supplier->NewSolidBrush({0.22f, 0.23f, 0.25f, 1}));
+    std::u16string title = window.GetTitle();
+    if (title.empty())
+        title = vyrcore::string::UTF8to16(window.UI_GetNodeID());
+    auto font = supplier->NewFont(kUIFontFamily, 12 * scale);
+    FontMetrics metrics = supplier->GetFontMetrics(*font);
+    float baseline = (static_cast<float>(bar) + metrics.ascent - metrics.descent) / 2;
+    float margin = 8 * scale;
+    framed->DrawString(*supplier->NewSolidBrush({0.93f, 0.93f, 0.94f, 1}), *font, title,
+                       {margin, baseline}, TextAlignment::Center,
+                       std::max(0.0f, static_cast<float>(content.GetWidth()) - 2 * margin),
+                       TextTruncation::EndEllipsis);
+    framed->DrawImage(*content.GetSurfaceImage(), {0, static_cast<float>(bar)}, 1);
+    return framed;
+}
+
 std::string Describe(const vyrui::ui::OS_Window& window, size_t index)
 {
     std::string title = vyrcore::string::UTF16to8(window.GetTitle());
@@ -60,7 +89,7 @@ std::string Describe(const vyrui::ui::OS_Window& window, size_t index)
 
 } // namespace
 
-std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale)
+std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale, bool frame)
 {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -89,6 +118,8 @@ std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float 
                 " x " + Number(rect.height) + " at scale " + Number(window->GetViewScaleFactor()) +
                 " is empty or beyond a million pixels a side");
         }
+        if (frame)
+            surface = Framed(*window, *surface);
         std::string name = SafeWindowFileName(window->UI_GetNodeID(), i, taken);
         taken.push_back(name);
         std::string path = (fs::path(directory) / name).string();

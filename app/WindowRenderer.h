@@ -17,11 +17,17 @@ namespace vyrhost {
 std::string SafeWindowFileName(const std::string& id, size_t index,
                                const std::vector<std::string>& taken);
 
+// Height of the title bar drawn above a window's content, in view units.
+inline constexpr float kTitleBarHeight = 24;
+
 // Renders every shown top-level window into `directory` (created if needed),
-// at view scale `scale` when it is above 0 (else at the window's own).
+// at view scale `scale` when it is above 0 (else at the window's own); with
+// `frame`, a title bar showing the window's title (or ID) sits above the
+// content, as on a screen.
 // Returns the paths written. Throws vyrcore::config::HostException when the
 // directory cannot be made, a file cannot be written, or a window cannot be
 // rendered (the message names the window); windows before it are written.
-std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale = 0);
+std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale = 0,
+                                            bool frame = true);
 
 } // namespace vyrhost

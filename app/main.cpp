@@ -53,7 +53,9 @@ options:
                          made safe: runs of bytes other than letters, digits,
                          '-', '_' and '.' become '_', leading dots are dropped,
                          at most 100 bytes; "window-<n>" when nothing is left;
-                         "-2", "-3", ... for a name used twice
+                         "-2", "-3", ... for a name used twice; a title bar
+                         with the window's title sits above its content
+  --no-frame             with --render: the content only, no title bar
   --watch                run SCRIPT again whenever it or a module it required
                          from disk changes, closing and rebuilding its windows;
                          a failed run is reported and watching goes on
@@ -90,6 +92,7 @@ struct Options {
     double runFor = 0;
     float scale = 0;
     bool virtualClock = false;
+    bool frame = true;
     std::string renderDir;
     std::string dumpApi;
     std::string script;
@@ -161,6 +164,8 @@ int ParseOptions(int argc, char** argv, Options& options)
             if (!value(text) || !ParseNumber(text, 0.25, 8, number))
                 return Fail("--scale needs a factor from 0.25 to 8");
             options.scale = static_cast<float>(number);
+        } else if (option == "--no-frame") {
+            options.frame = false;
         } else if (option == "--virtual-clock") {
             options.virtualClock = true;
         } else if (option == "--render") {
@@ -232,7 +237,7 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
             return Outcome::Failed;
     }
     if (!options.renderDir.empty()) {
-        for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir, options.scale))
+        for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir, options.scale, options.frame))
             std::cout << "rendered " << path << "\n";
     }
     return failed() ? Outcome::Failed : Outcome::Ok;
