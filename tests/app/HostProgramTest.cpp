@@ -24,9 +24,8 @@ std::string HostProgram()
     return (fs::read_symlink("/proc/self/exe").parent_path() / "vyrlua-host").string();
 }
 
-Outcome RunHost(const std::string& arguments)
+Outcome RunCommand(const std::string& command)
 {
-    std::string command = HostProgram() + " " + arguments + " 2>&1";
     Outcome outcome{-1, {}};
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe)
@@ -38,6 +37,11 @@ Outcome RunHost(const std::string& arguments)
     int status = pclose(pipe);
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return outcome;
+}
+
+Outcome RunHost(const std::string& arguments)
+{
+    return RunCommand(HostProgram() + " " + arguments + " 2>&1");
 }
 
 std::string Script(const std::string& name, const std::string& text)
@@ -259,4 +263,15 @@ TEST(HostProgramTest, CheckedInApiReferenceIsWhatTheLibraryRegisters)
     EXPECT_EQ(RunHost("--dump-api lua > " + definitions).status, 0);
     Outcome loads = RunHost(Script("load.lua", "assert(loadfile('" + definitions + "')) print('ok')"));
     EXPECT_EQ(loads.out, "ok\n");
+}
+
+TEST(HostProgramTest, StockInterpreterSaysWhatNeedsTheHost)
+{
+    // What needs no host works in a stock lua5.1; what does says so plainly.
+    std::string bin = fs::path(HostProgram()).parent_path().string();
+    std::string command = "lua5.1 -e \"package.cpath = '" + bin + "/?.so;' .. package.cpath "
+                          "require 'vyrlua.vyrcontrols' local n = vyrcontrols.NewNode('n') "
+                          "print(n:UI_GetNodeID(), pcall(n.UI_InstallTimer, n, 1, print))\" 2>&1";
+    EXPECT_EQ(RunCommand(command).out, "n\tfalse\tvyrlua: this needs the host application's state locator; run the "
+                   "script with vyrlua-host\n");
 }
