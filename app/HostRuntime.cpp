@@ -10,7 +10,56 @@
 #include "vyrlua/utility/LuaProtectedCall.h"
 #include "vyrui/EventLoop.h"
 
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
+
 namespace vyrhost {
+
+namespace {
+
+// Adds the folder of the loaded vyrlua.so to package.cpath, so require finds
+// the library's modules where an installation puts it (lib/lua/5.1), not
+// only beside the program. Behind the boundary: C strings only.
+void AddLibraryDirToLuaCPath(lua_State* L)
+{
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&luaopen_vyrlua), &info) == 0 || info.dli_fname == nullptr)
+        return;
+    char dir[4096];
+    std::snprintf(dir, sizeof dir, "%s", info.dli_fname);
+    char* slash = std::strrchr(dir, '/');
+    if (slash == nullptr)
+        return;
+    *slash = '\0';
+    lua_getglobal(L, "package");
+    if (!lua_istable(L, -1)) {
+        lua_pop(L, 1);
+        return;
+    }
+    lua_getfield(L, -1, "cpath");
+    const char* cpath = lua_tostring(L, -1);
+    lua_pushfstring(L, "%s/?.so", dir);
+    if (cpath != nullptr && std::strstr(cpath, lua_tostring(L, -1)) == nullptr) {
+        lua_pushfstring(L, "%s;%s", cpath, lua_tostring(L, -1));
+        lua_setfield(L, -4, "cpath");
+    }
+    lua_pop(L, 3);
+}
+
+} // namespace
+
+std::string DefaultResourceDir()
+{
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    fs::path program = fs::read_symlink("/proc/self/exe", ec).parent_path();
+    fs::path installed = program / ".." / "share" / "vyrlua" / "resources";
+    if (!ec && fs::is_directory(installed, ec))
+        return installed.lexically_normal().string();
+    return VYRLUA_DEFAULT_RESOURCES;
+}
 
 HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo::app::App>())
 {
@@ -67,6 +116,7 @@ int HostRuntime::StartUp(lua_State* L)
     vyrlua::SetPreloadedModule(L, "vyrlua.EmbeddedCodeLoader", luaopen_vyrlua_EmbeddedCodeLoader);
     vyrlua::InitEmbeddedCodeLoader(L, options->embeddedFirst);
     vyrlua::exo::AddAppDirToLuaCPath(L);
+    AddLibraryDirToLuaCPath(L);
     vyrlua::RequireLuaModule(L, "vyrlua.host.valuetypes", false);
     return 0;
 }

@@ -12,9 +12,13 @@
 
 namespace vyrhost {
 
+// The host's Lua resources: beside the program ("resources", as in the build
+// tree), else where an installation puts them ("../share/vyrlua/resources").
+std::string DefaultResourceDir();
+
 struct HostOptions {
     // Where the host's Lua resources are served from.
-    std::string resourceDir = VYRLUA_DEFAULT_RESOURCES;
+    std::string resourceDir = DefaultResourceDir();
     // Resource-held modules are found before Lua files on disk.
     bool embeddedFirst = true;
     // Where the state's memory comes from; null for Lua's own allocator.
