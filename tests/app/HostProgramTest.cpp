@@ -1,10 +1,14 @@
 // vyrlua-host as a user runs it: arguments, exit status, error output.
+#include "vyrui/drawbot/DrawbotInterfaces.h"
+#include "vyrui/drawbot/Supplier.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,9 +43,10 @@ Outcome RunCommand(const std::string& command)
     return outcome;
 }
 
+// Headless even where a display is: the window mode has its own test.
 Outcome RunHost(const std::string& arguments)
 {
-    return RunCommand(HostProgram() + " " + arguments + " 2>&1");
+    return RunCommand(HostProgram() + " --headless " + arguments + " 2>&1");
 }
 
 std::string Script(const std::string& name, const std::string& text)
@@ -274,4 +279,41 @@ TEST(HostProgramTest, StockInterpreterSaysWhatNeedsTheHost)
                           "print(n:UI_GetNodeID(), pcall(n.UI_InstallTimer, n, 1, print))\" 2>&1";
     EXPECT_EQ(RunCommand(command).out, "n\tfalse\tvyrlua: this needs the host application's state locator; run the "
                    "script with vyrlua-host\n");
+}
+
+namespace {
+
+// Distinct pixel values below the title bar of a rendered window.
+size_t ContentColours(const fs::path& png)
+{
+    std::ifstream in(png, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto image = vyrui::drawbot::CreateDefaultSupplier()->NewImageFromBuffer(1, bytes.data(), bytes.size());
+    std::set<uint32_t> colours;
+    for (int y = 24; y < image->GetHeight(); ++y) {
+        const auto* row = reinterpret_cast<const uint32_t*>(image->GetPixels() + y * image->GetStride());
+        colours.insert(row, row + image->GetWidth());
+    }
+    return colours.size();
+}
+
+} // namespace
+
+TEST(HostProgramTest, ExamplesRenderAndTestThemselves)
+{
+    const char* data = std::getenv("VYRLUA_TEST_DATA");
+    ASSERT_NE(data, nullptr);
+    fs::path examples = fs::path(data).parent_path().parent_path().parent_path() / "examples";
+    fs::path out = fs::path(::testing::TempDir()) / "examples";
+    fs::remove_all(out);
+    EXPECT_EQ(RunHost("--strict --render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
+    EXPECT_EQ(RunHost("--strict --run-for 1 --render " + out.string() + " " +
+                      (examples / "clip-inspector.lua").string()).status, 0);
+    // Text, controls and the meter: far more than a blank window's colours.
+    EXPECT_GT(ContentColours(out / "hello.png"), 20u);
+    EXPECT_GT(ContentColours(out / "clip-inspector.png"), 20u);
+
+    Outcome test = RunHost("--headless --strict " + (examples / "clip-inspector-test.lua").string());
+    EXPECT_EQ(test.status, 0) << test.out;
+    EXPECT_NE(test.out.find(" passed, 0 failed\n"), std::string::npos) << test.out;
 }
