@@ -302,11 +302,15 @@ int WheelBody(lua_State* L)
 int MouseBody(lua_State* L)
 {
     if (lua_type(L, 2) == LUA_TTABLE) {
-        // Nothing with a destructor is alive yet: the constructor may raise.
         lua_pushliteral(L, "vyrlua_CreateNewVYRUIMouseEvent");
         lua_rawget(L, LUA_GLOBALSINDEX);
         lua_pushvalue(L, 2);
-        lua_call(L, 1, 1);
+        // The constructor's error is raised again from here, so that it
+        // carries the calling script's position.
+        if (lua_pcall(L, 1, 1, 0) != 0) {
+            const char* message = lua_tostring(L, -1);
+            throw LuaError(message ? message : "mouse: the event table was refused");
+        }
         lua_replace(L, 2);
     }
     std::unique_ptr<MouseEvent> given = vyrlua::ui::GetMouseEventFromLua(L, 2);

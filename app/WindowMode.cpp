@@ -25,6 +25,10 @@ using vyrui::ui::UI_NodeManager;
 
 namespace {
 
+// Loop passes run after each wake: timers due now and what they post. A
+// bound, so that timers faster than a pass cannot keep input waiting.
+constexpr int kPassesPerWake = 8;
+
 int32_t KeyCodeFromSDL(SDL_Keycode key)
 {
     if (key >= SDLK_a && key <= SDLK_z)
@@ -466,13 +470,13 @@ WindowMode::End WindowMode::Run(double seconds, const std::function<bool()>& sto
         SDL_Event e;
         if (SDL_WaitEventTimeout(&e, static_cast<int>(std::ceil(wait * 1000)))) {
             mImpl->Handle(e);
-            mImpl->runtime.Settle();
+            mImpl->runtime.Settle(kPassesPerWake);
             while (SDL_PollEvent(&e)) {
                 mImpl->Handle(e);
-                mImpl->runtime.Settle();
+                mImpl->runtime.Settle(kPassesPerWake);
             }
         }
-        mImpl->runtime.Settle();
+        mImpl->runtime.Settle(kPassesPerWake);
     }
 }
 

@@ -109,7 +109,8 @@ TEST_F(InputSimulationTest, EventTablesAreReadStrictly)
     EXPECT_EQ(Eval("return input.mouse(inner, {type = 'down', x = 3, y = 4, button = 1})"), "true");
     EXPECT_EQ(Eval("return take()"), "inner down 3 4 1");
     EXPECT_EQ(Error("input.mouse(win, {type = 'down', clickcount = 2})"),
-              "test:1: mouse: unknown field 'clickcount' (fields: type, x, y, globalX, globalY, "
+              "test:1: vyrlua_CreateNewVYRUIMouseEvent: unknown field 'clickcount' (fields: type, "
+              "x, y, globalX, globalY, "
               "button, buttons, modifiers, clickCount, wheelDeltaX, wheelDeltaY, timestamp)");
     EXPECT_EQ(Error("vyrlua_CreateNewVYRUIKeyboardEvent{type = 'keyDown', 'A'}"),
               "test:1: vyrlua_CreateNewVYRUIKeyboardEvent: unknown field of type number (fields "

@@ -11,18 +11,18 @@ namespace vyrlua::ui {
 
 using EventFieldNames = std::initializer_list<const char*>;
 
-inline constexpr EventFieldNames kMouseEventFields = {
+inline constexpr EventFieldNames kMouseEventFieldNames = {
     "type", "x", "y", "globalX", "globalY", "button", "buttons", "modifiers", "clickCount",
     "wheelDeltaX", "wheelDeltaY", "timestamp"};
-inline constexpr EventFieldNames kKeyboardEventFields = {
+inline constexpr EventFieldNames kKeyboardEventFieldNames = {
     "type", "keyCode", "text", "modifiers", "isRepeat", "timestamp"};
-inline constexpr EventFieldNames kTouchPointFields = {
+inline constexpr EventFieldNames kTouchPointFieldNames = {
     "touchID", "phase", "x", "y", "globalX", "globalY", "pressure"};
-inline constexpr EventFieldNames kTouchEventFields = {
+inline constexpr EventFieldNames kTouchEventFieldNames = {
     "touchID", "phase", "x", "y", "globalX", "globalY", "pressure", "tapCount", "modifiers",
     "timestamp"};
-inline constexpr EventFieldNames kMultiTouchEventFields = {"touches", "modifiers", "timestamp"};
-inline constexpr EventFieldNames kGestureEventFields = {
+inline constexpr EventFieldNames kMultiTouchEventFieldNames = {"touches", "modifiers", "timestamp"};
+inline constexpr EventFieldNames kGestureEventFieldNames = {
     "kind", "phase", "x", "y", "globalX", "globalY", "deltaX", "deltaY", "magnification",
     "rotation", "modifiers", "timestamp"};
 

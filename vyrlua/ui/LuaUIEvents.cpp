@@ -484,7 +484,7 @@ static_assert(std::is_trivially_destructible_v<GestureEvent>);
 int NewMouseEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<MouseEvent>(L);
-    RefuseUnknownFields(L, 1, Kind<MouseEvent>::kConstructor, kMouseEventFields);
+    RefuseUnknownFields(L, 1, Kind<MouseEvent>::kConstructor, kMouseEventFieldNames);
     MouseEvent e;
     in.Name("type", e.type, MouseEventTypeFromName, "down, up, move, drag, enter, exit, wheel");
     in.Point("x", "y", e.position);
@@ -502,7 +502,7 @@ int NewMouseEventBody(lua_State* L)
 int NewKeyboardEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<KeyboardEvent>(L);
-    RefuseUnknownFields(L, 1, Kind<KeyboardEvent>::kConstructor, kKeyboardEventFields);
+    RefuseUnknownFields(L, 1, Kind<KeyboardEvent>::kConstructor, kKeyboardEventFieldNames);
     // Plain fields, and the text as the Lua string itself until the event
     // holds its copy.
     struct {
@@ -531,7 +531,7 @@ int NewKeyboardEventBody(lua_State* L)
 int NewTouchEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<TouchEvent>(L);
-    RefuseUnknownFields(L, 1, Kind<TouchEvent>::kConstructor, kTouchEventFields);
+    RefuseUnknownFields(L, 1, Kind<TouchEvent>::kConstructor, kTouchEventFieldNames);
     TouchEvent e;
     ReadTouchPoint(in, e.touch);
     in.Int("tapCount", e.tapCount);
@@ -544,7 +544,7 @@ int NewTouchEventBody(lua_State* L)
 int NewMultiTouchEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<MultiTouchEvent>(L);
-    RefuseUnknownFields(L, 1, Kind<MultiTouchEvent>::kConstructor, kMultiTouchEventFields);
+    RefuseUnknownFields(L, 1, Kind<MultiTouchEvent>::kConstructor, kMultiTouchEventFieldNames);
     uint32_t modifiers = kModifier_None;
     double timestamp = 0;
     in.Mask("modifiers", modifiers);
@@ -566,7 +566,7 @@ int NewMultiTouchEventBody(lua_State* L)
                 if (lua_type(L, -1) != LUA_TTABLE)
                     in.Fail("touches", "must hold tables (entry " + std::to_string(i) + " is not)");
                 TouchPoint t;
-                RefuseUnknownFields(L, -1, Kind<MultiTouchEvent>::kConstructor, kTouchPointFields);
+                RefuseUnknownFields(L, -1, Kind<MultiTouchEvent>::kConstructor, kTouchPointFieldNames);
                 ReadTouchPoint(FieldReader(L, lua_gettop(L), Kind<MultiTouchEvent>::kConstructor), t);
                 // Looked up again: reading the touch ran script code.
                 CheckEvent<MultiTouchEvent>(L, event).touches.push_back(t);
@@ -583,7 +583,7 @@ int NewMultiTouchEventBody(lua_State* L)
 int NewGestureEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<GestureEvent>(L);
-    RefuseUnknownFields(L, 1, Kind<GestureEvent>::kConstructor, kGestureEventFields);
+    RefuseUnknownFields(L, 1, Kind<GestureEvent>::kConstructor, kGestureEventFieldNames);
     GestureEvent e;
     in.Name("kind", e.kind, GestureKindFromName, "pan, zoom, rotate, swipe, tap, longPress");
     in.Name("phase", e.phase, GesturePhaseFromName, "begin, change, end, cancel");
