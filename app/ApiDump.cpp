@@ -17,19 +17,6 @@ struct DumpInput {
     std::vector<std::string> plainRegistry;
 };
 
-// The string keys of the table at `index` of a plain state.
-std::vector<std::string> StringKeys(lua_State* L, int index)
-{
-    std::vector<std::string> keys;
-    lua_pushnil(L);
-    while (lua_next(L, index) != 0) {
-        lua_pop(L, 1);
-        if (lua_type(L, -1) == LUA_TSTRING)
-            keys.emplace_back(lua_tostring(L, -1));
-    }
-    return keys;
-}
-
 // What a state with only Lua's standard libraries has.
 void ReadPlainState(DumpInput& input)
 {

@@ -94,4 +94,16 @@ std::vector<ExportedOpener> ExportedOpeners(std::string* libraryPath)
     return openers;
 }
 
+std::vector<std::string> StringKeys(lua_State* L, int index)
+{
+    std::vector<std::string> keys;
+    lua_pushnil(L);
+    while (lua_next(L, index) != 0) {
+        lua_pop(L, 1);
+        if (lua_type(L, -1) == LUA_TSTRING)
+            keys.emplace_back(lua_tostring(L, -1));
+    }
+    return keys;
+}
+
 } // namespace vyrhost

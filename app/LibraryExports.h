@@ -20,4 +20,8 @@ struct ExportedOpener {
 // order. Throws std::runtime_error when the library file cannot be read.
 std::vector<ExportedOpener> ExportedOpeners(std::string* libraryPath = nullptr);
 
+// The string keys of the table at `index` (absolute), by a raw walk that
+// runs no metamethod; in the table's order.
+std::vector<std::string> StringKeys(lua_State* L, int index);
+
 } // namespace vyrhost

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <initializer_list>
+#include <utility>
 #include <map>
 #include <vector>
 
@@ -55,18 +57,21 @@ int32_t KeyCodeFromSDL(SDL_Keycode key)
     return it == keys.end() ? kKey_None : it->second;
 }
 
-uint32_t ModifiersFromSDL(Uint16 mod)
+// The host's bits for the SDL bits set in `value`.
+uint32_t MaskFromSDL(uint32_t value, std::initializer_list<std::pair<uint32_t, uint32_t>> bits)
 {
     uint32_t mask = 0;
-    if (mod & KMOD_SHIFT)
-        mask |= kModifier_Shift;
-    if (mod & KMOD_CTRL)
-        mask |= kModifier_Control;
-    if (mod & KMOD_ALT)
-        mask |= kModifier_Alt;
-    if (mod & KMOD_GUI)
-        mask |= kModifier_Command;
+    for (const auto& [sdl, host] : bits) {
+        if (value & sdl)
+            mask |= host;
+    }
     return mask;
+}
+
+uint32_t ModifiersFromSDL(Uint16 mod)
+{
+    return MaskFromSDL(mod, {{KMOD_SHIFT, kModifier_Shift}, {KMOD_CTRL, kModifier_Control},
+                             {KMOD_ALT, kModifier_Alt}, {KMOD_GUI, kModifier_Command}});
 }
 
 uint32_t ButtonFromSDL(Uint8 button)
@@ -81,14 +86,9 @@ uint32_t ButtonFromSDL(Uint8 button)
 
 uint32_t ButtonsFromSDL(Uint32 state)
 {
-    uint32_t mask = 0;
-    if (state & SDL_BUTTON_LMASK)
-        mask |= kMouseButton_Left;
-    if (state & SDL_BUTTON_RMASK)
-        mask |= kMouseButton_Right;
-    if (state & SDL_BUTTON_MMASK)
-        mask |= kMouseButton_Middle;
-    return mask;
+    return MaskFromSDL(state, {{SDL_BUTTON_LMASK, kMouseButton_Left},
+                               {SDL_BUTTON_RMASK, kMouseButton_Right},
+                               {SDL_BUTTON_MMASK, kMouseButton_Middle}});
 }
 
 std::string TitleOf(const OS_Window& window)

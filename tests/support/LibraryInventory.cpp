@@ -28,14 +28,8 @@ std::unique_ptr<vyrhost::HostRuntime> FreshRuntime()
 
 std::set<std::string> StringKeys(lua_State* L, int index)
 {
-    std::set<std::string> keys;
-    lua_pushnil(L);
-    while (lua_next(L, index) != 0) {
-        lua_pop(L, 1);
-        if (lua_type(L, -1) == LUA_TSTRING)
-            keys.insert(lua_tostring(L, -1));
-    }
-    return keys;
+    std::vector<std::string> keys = vyrhost::StringKeys(L, index);
+    return {keys.begin(), keys.end()};
 }
 
 struct Found {
