@@ -21,6 +21,8 @@ public:
     void Report(const std::string& message, std::string traceback = {});
     // Every report, repeated ones too.
     std::size_t Count() const { return mCount; }
+    // A new run (a reload): messages seen before are reported again.
+    void NewRun() { mSeen.clear(); }
 
 private:
     std::ostream& mOut;

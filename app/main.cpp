@@ -292,6 +292,7 @@ int main(int argc, char** argv)
                     std::this_thread::sleep_for(std::chrono::milliseconds(100));
             }
             std::cerr << "vyrlua-host: reloading " << options.script << "\n";
+            report.NewRun();
         }
     } catch (const std::exception& e) {
         report.Report(e.what());
