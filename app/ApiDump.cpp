@@ -15,6 +15,7 @@ struct DumpInput {
     std::vector<std::string> modules;
     std::vector<std::string> plainGlobals;
     std::vector<std::string> plainRegistry;
+    std::vector<std::string> plainPreload; // LuaJIT preloads ffi and jit.*
 };
 
 // What a state with only Lua's standard libraries has.
@@ -26,6 +27,10 @@ void ReadPlainState(DumpInput& input)
     luaL_openlibs(plain);
     input.plainGlobals = StringKeys(plain, LUA_GLOBALSINDEX);
     input.plainRegistry = StringKeys(plain, LUA_REGISTRYINDEX);
+    lua_getglobal(plain, "package");
+    lua_getfield(plain, -1, "preload");
+    if (lua_istable(plain, -1))
+        input.plainPreload = StringKeys(plain, lua_gettop(plain));
     lua_close(plain);
 }
 
@@ -59,7 +64,8 @@ int DumpBody(lua_State* L)
     PushArray(L, input->modules);
     PushSet(L, input->plainGlobals);
     PushSet(L, input->plainRegistry);
-    lua_call(L, 4, 1);
+    PushSet(L, input->plainPreload);
+    lua_call(L, 5, 1);
     if (lua_type(L, -1) != LUA_TSTRING)
         throw vyrlua::utility::LuaError("the API dump returned no text");
     return 1;
@@ -69,7 +75,7 @@ int DumpBody(lua_State* L)
 
 std::string DumpApi(lua_State* L, const std::string& format)
 {
-    DumpInput input{&format, {}, {}, {}};
+    DumpInput input{&format, {}, {}, {}, {}};
     for (const ExportedOpener& opener : ExportedOpeners())
         input.modules.push_back(opener.name);
     ReadPlainState(input);

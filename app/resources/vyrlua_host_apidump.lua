@@ -4,7 +4,7 @@
 -- package.preload), and the global names and registry keys a plain Lua state
 -- has, which are left out. Returns the text.
 
-return function(format, moduleNames, plainGlobals, plainRegistry)
+return function(format, moduleNames, plainGlobals, plainRegistry, plainPreload)
 
 local function sortedKeys(t, filter)
   local keys = {}
@@ -31,7 +31,7 @@ end
 local listed = {}
 for _, name in ipairs(moduleNames) do listed[name] = true end
 for _, name in ipairs(sortedKeys(package.preload)) do
-  if not listed[name] then moduleNames[#moduleNames + 1] = name end
+  if not listed[name] and not plainPreload[name] then moduleNames[#moduleNames + 1] = name end
 end
 table.sort(moduleNames)
 
