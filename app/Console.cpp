@@ -1,6 +1,5 @@
 #include "app/Console.h"
 
-#include "app/HostUndo.h"
 #include "vyrlua/console/ExecLuaConsoleCmd.h"
 #include "vyrworkspace/sharedui/ConsolePanel.h"
 
@@ -35,7 +34,6 @@ int RunConsole(HostRuntime& runtime, std::istream& in, std::ostream& out, std::o
         err << "vyrlua-host: the Lua state is closed\n";
         return 1;
     }
-    HostUndo undo(L);
     ConsoleState state(L);
     ExecLuaConsoleCmd command(L"lua", L"Runs Lua in the host's state");
     ConsolePanel& panel = ConsolePanel::GetInstance();
@@ -58,7 +56,8 @@ int RunConsole(HostRuntime& runtime, std::istream& in, std::ostream& out, std::o
             // The command leaves its results on the stack; the console keeps
             // none between lines.
             lua_settop(L, 0);
-            undo.RunRequests();
+            // The top level: undo requests and what else the line set going.
+            runtime.Settle();
         } catch (const std::exception& e) {
             panel.PostBuffer(std::string("ERROR: ") + e.what() + "\n");
         }

@@ -12,9 +12,9 @@ namespace vyrhost {
 // from line to line. A line starting with "=" is shorthand for "return".
 // Results go to `out` (tab-separated, one line per chunk); what the command
 // posts to the console panel (errors) goes to `err`. With `prompt`, "> " is
-// written before each line. The global "hostUndo" (app/HostUndo.h) is open
-// in the console, and undo requests run after each line. Returns the exit
-// status: 0.
+// written before each line. After each line the runtime settles at the top
+// level (HostRuntime::Settle), so "hostUndo" requests are carried out before
+// the next line. Returns the exit status: 0.
 int RunConsole(HostRuntime& runtime, std::istream& in, std::ostream& out, std::ostream& err,
                bool prompt);
 

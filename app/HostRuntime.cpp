@@ -1,13 +1,65 @@
 #include "app/HostRuntime.h"
 
+#include "app/HostUndo.h"
 #include "app/ImageWriter.h"
+#include "app/InputModule.h"
 #include "vyrcore/config.h"
 #include "vyrlua/exo/src/LuaAppPaths.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
+#include "vyrui/EventLoop.h"
+
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
 
 namespace vyrhost {
+
+namespace {
+
+// Adds the folder of the loaded vyrlua.so to package.cpath, so require finds
+// the library's modules where an installation puts it (lib/lua/5.1), not
+// only beside the program. Behind the boundary: C strings only.
+void AddLibraryDirToLuaCPath(lua_State* L)
+{
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&luaopen_vyrlua), &info) == 0 || info.dli_fname == nullptr)
+        return;
+    char dir[4096];
+    std::snprintf(dir, sizeof dir, "%s", info.dli_fname);
+    char* slash = std::strrchr(dir, '/');
+    if (slash == nullptr)
+        return;
+    *slash = '\0';
+    lua_getglobal(L, "package");
+    if (!lua_istable(L, -1)) {
+        lua_pop(L, 1);
+        return;
+    }
+    lua_getfield(L, -1, "cpath");
+    const char* cpath = lua_tostring(L, -1);
+    lua_pushfstring(L, "%s/?.so", dir);
+    if (cpath != nullptr && std::strstr(cpath, lua_tostring(L, -1)) == nullptr) {
+        lua_pushfstring(L, "%s;%s", cpath, lua_tostring(L, -1));
+        lua_setfield(L, -4, "cpath");
+    }
+    lua_pop(L, 3);
+}
+
+} // namespace
+
+std::string DefaultResourceDir()
+{
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    fs::path program = fs::read_symlink("/proc/self/exe", ec).parent_path();
+    fs::path installed = program / ".." / "share" / "vyrlua" / "resources";
+    if (!ec && fs::is_directory(installed, ec))
+        return installed.lexically_normal().string();
+    return VYRLUA_DEFAULT_RESOURCES;
+}
 
 HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo::app::App>())
 {
@@ -26,6 +78,12 @@ HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo
         Close();
         throw vyrcore::config::HostException(message);
     }
+    try {
+        mUndo = std::make_unique<HostUndo>(mL);
+    } catch (...) {
+        Close();
+        throw;
+    }
 }
 
 // Runs behind the error boundary: host exceptions become the Lua error that
@@ -37,6 +95,8 @@ int HostRuntime::StartUp(lua_State* L)
     lua_settop(L, 0);
     RegisterDeferredLuaStateLocator(L, KzKernel_CurrentLuaState);
     vyrlua::InitLua(L);
+    if (options->tracebacks)
+        vyrlua::utility::SetCallTracebacks(L, true);
 
     // The master module, opened directly and recorded as loaded, so a
     // later require "vyrlua" returns the same table.
@@ -51,10 +111,12 @@ int HostRuntime::StartUp(lua_State* L)
 
     vyrlua::PreloadLuaModules(L);
     PreloadImageWriter(L);
+    PreloadInputModule(L);
     // The loader is needed before the library is on package.cpath.
     vyrlua::SetPreloadedModule(L, "vyrlua.EmbeddedCodeLoader", luaopen_vyrlua_EmbeddedCodeLoader);
     vyrlua::InitEmbeddedCodeLoader(L, options->embeddedFirst);
     vyrlua::exo::AddAppDirToLuaCPath(L);
+    AddLibraryDirToLuaCPath(L);
     vyrlua::RequireLuaModule(L, "vyrlua.host.valuetypes", false);
     return 0;
 }
@@ -68,6 +130,8 @@ void HostRuntime::Close()
 {
     if (mL == nullptr)
         return;
+    // The history holds references into the state: dropped while it is open.
+    mUndo.reset();
     KzKernel_CloseLuaState(mL);
     mL = nullptr;
 }
@@ -90,15 +154,34 @@ std::string HostRuntime::RunFile(const std::string& path, const std::vector<std:
     if (luaL_loadfile(mL, path.c_str()) != 0) {
         error = lua_tostring(mL, -1) ? lua_tostring(mL, -1) : "cannot load " + path;
     } else {
+        bool traced = vyrlua::utility::InsertTracebackHandler(mL, 1);
         for (const std::string& a : args)
             lua_pushlstring(mL, a.data(), a.size());
-        if (lua_pcall(mL, static_cast<int>(args.size()), 0, 0) != 0) {
+        if (lua_pcall(mL, static_cast<int>(args.size()), 0, traced ? 1 : 0) != 0) {
             const char* text = lua_tostring(mL, -1);
             error = text ? text : "(error object is not a string)";
+            if (traced) {
+                vyrlua::utility::KeepCallTraceback(mL);
+                std::string traceback = vyrlua::utility::TakeCallTraceback(error);
+                if (!traceback.empty())
+                    error += "\n" + traceback;
+            }
         }
     }
     lua_settop(mL, 0);
     return error;
+}
+
+bool HostRuntime::Settle(int maxPasses)
+{
+    vyrui::EventLoop& loop = mApp->GetEventLoop();
+    LoopRunScope running;
+    bool idle = false;
+    for (int pass = 0; pass < maxPasses && !idle; ++pass)
+        idle = loop.RunOnce() == 0;
+    if (mUndo)
+        mUndo->RunRequests();
+    return idle;
 }
 
 } // namespace vyrhost

@@ -1,36 +1,95 @@
 #include "app/WindowRenderer.h"
 
 #include "vyrcore/config.h"
+#include "vyrcore/string.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
+#include "vyrui/drawbot/FontSet.h"
 #include "vyrui/drawbot/Supplier.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <filesystem>
-#include <set>
 
 namespace vyrhost {
 
+std::string SafeWindowFileName(const std::string& id, size_t index,
+                               const std::vector<std::string>& taken)
+{
+    std::string name;
+    bool replaced = false;
+    for (char c : id) {
+        bool plain = std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' ||
+                     c == '.';
+        if (plain) {
+            if (!(c == '.' && name.empty()))
+                name += c;
+            replaced = false;
+        } else if (!replaced) {
+            name += '_';
+            replaced = true;
+        }
+        if (name.size() >= 100)
+            break;
+    }
+    if (name.empty() || name == "_")
+        name = "window-" + std::to_string(index + 1);
+    std::string file = name + ".png";
+    for (int n = 2; std::find(taken.begin(), taken.end(), file) != taken.end(); ++n)
+        file = name + "-" + std::to_string(n) + ".png";
+    return file;
+}
+
 namespace {
 
-// The node ID when it makes a plain file name, else a numbered name.
-std::string FileNameFor(const std::string& id, size_t index, const std::set<std::string>& taken)
+std::string Number(float value)
 {
-    bool plain = !id.empty() && id.size() <= 64 && id[0] != '.' &&
-                 std::all_of(id.begin(), id.end(), [](char c) {
-                     return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' ||
-                            c == '.';
-                 });
-    std::string name = plain ? id : "window-" + std::to_string(index + 1);
-    while (taken.count(name + ".png"))
-        name += "_";
-    return name + ".png";
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", static_cast<double>(value));
+    return text;
+}
+
+// The window as a screen shows it: a title bar with the title above the
+// window's content.
+boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
+    vyrui::ui::OS_Window& window, vyrui::drawbot::SurfaceInterface& content)
+{
+    using namespace vyrui::drawbot;
+    std::shared_ptr<SupplierInterface> supplier = window.UI_GetDrawSupplier();
+    float scale = window.GetViewScaleFactor();
+    int bar = static_cast<int>(std::ceil(kTitleBarHeight * scale));
+    auto framed = supplier->NewOffscreenSurface(content.GetWidth(), content.GetHeight() + bar, true);
+    framed->FillRect({0, 0, static_cast<float>(content.GetWidth()), static_cast<float>(bar)},
+                     *supplier->NewSolidBrush({0.22f, 0.23f, 0.25f, 1}));
+    std::u16string title = window.GetTitle();
+    if (title.empty())
+        title = vyrcore::string::UTF8to16(window.UI_GetNodeID());
+    auto font = supplier->NewFont(kUIFontFamily, 12 * scale);
+    FontMetrics metrics = supplier->GetFontMetrics(*font);
+    float baseline = (static_cast<float>(bar) + metrics.ascent - metrics.descent) / 2;
+    float margin = 8 * scale;
+    framed->DrawString(*supplier->NewSolidBrush({0.93f, 0.93f, 0.94f, 1}), *font, title,
+                       {margin, baseline}, TextAlignment::Center,
+                       std::max(0.0f, static_cast<float>(content.GetWidth()) - 2 * margin),
+                       TextTruncation::EndEllipsis);
+    framed->DrawImage(*content.GetSurfaceImage(), {0, static_cast<float>(bar)}, 1);
+    return framed;
+}
+
+std::string Describe(const vyrui::ui::OS_Window& window, size_t index)
+{
+    std::string title = vyrcore::string::UTF16to8(window.GetTitle());
+    std::string text = window.UI_GetNodeID().empty()
+                           ? "window " + std::to_string(index + 1) + " (no ID)"
+                           : "window '" + window.UI_GetNodeID() + "'";
+    return title.empty() ? text : text + " (\"" + title + "\")";
 }
 
 } // namespace
 
-std::vector<std::string> RenderWindowsToPNG(const std::string& directory)
+std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale, bool frame)
 {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -39,7 +98,7 @@ std::vector<std::string> RenderWindowsToPNG(const std::string& directory)
         throw vyrcore::config::HostException("cannot create " + directory + ": " + ec.message());
 
     std::vector<std::string> written;
-    std::set<std::string> taken;
+    std::vector<std::string> taken;
     vyrui::ui::UI_NodeManager* manager = vyrui::ui::UI_NodeManager::Get(false);
     if (manager == nullptr)
         return written;
@@ -47,13 +106,22 @@ std::vector<std::string> RenderWindowsToPNG(const std::string& directory)
     for (size_t i = 0; i < windows.size(); ++i) {
         auto* window = dynamic_cast<vyrui::ui::OS_Window*>(windows[i].get());
         // Only top-level windows: a window put inside another tree is drawn there.
-        if (window == nullptr || window->UI_GetParentNode())
+        if (window == nullptr || window->UI_GetParentNode() || !window->UI_IsShown())
             continue;
+        if (scale > 0)
+            window->SetViewScaleFactor(scale);
         auto surface = window->RenderToSurface();
-        if (!surface)
-            continue;
-        std::string name = FileNameFor(window->UI_GetNodeID(), i, taken);
-        taken.insert(name);
+        if (!surface) {
+            const vyrcore::geom::RectF& rect = window->UI_GetLocalRectF();
+            throw vyrcore::config::HostException(
+                "cannot render " + Describe(*window, i) + ": its size " + Number(rect.width) +
+                " x " + Number(rect.height) + " at scale " + Number(window->GetViewScaleFactor()) +
+                " is empty or beyond a million pixels a side");
+        }
+        if (frame)
+            surface = Framed(*window, *surface);
+        std::string name = SafeWindowFileName(window->UI_GetNodeID(), i, taken);
+        taken.push_back(name);
         std::string path = (fs::path(directory) / name).string();
         std::string error;
         if (!vyrui::drawbot::WritePNG(*surface, path, &error))

@@ -1,4 +1,11 @@
 // Headless rendering of the application's top-level windows to PNG files.
+//
+// File names: a window's file is its node ID made safe, plus ".png". Every
+// run of bytes other than ASCII letters, digits, '-', '_' and '.' becomes
+// one '_', leading dots are dropped, and the name is cut to 100 bytes. A
+// window whose ID leaves nothing is "window-<n>", n being its place among
+// the open top-level windows (from 1, in creation order). A name already
+// taken in this run gets "-2", "-3", ... before ".png".
 #pragma once
 
 #include <string>
@@ -6,10 +13,21 @@
 
 namespace vyrhost {
 
-// Renders every open top-level window into `directory` (created if needed)
-// as "<node ID>.png", or "window-<n>.png" for a window without a usable ID.
-// Returns the paths written; throws vyrcore::config::HostException when a
-// file cannot be written.
-std::vector<std::string> RenderWindowsToPNG(const std::string& directory);
+// The file name (without directory) the rule above gives.
+std::string SafeWindowFileName(const std::string& id, size_t index,
+                               const std::vector<std::string>& taken);
+
+// Height of the title bar drawn above a window's content, in view units.
+inline constexpr float kTitleBarHeight = 24;
+
+// Renders every shown top-level window into `directory` (created if needed),
+// at view scale `scale` when it is above 0 (else at the window's own); with
+// `frame`, a title bar showing the window's title (or ID) sits above the
+// content, as on a screen.
+// Returns the paths written. Throws vyrcore::config::HostException when the
+// directory cannot be made, a file cannot be written, or a window cannot be
+// rendered (the message names the window); windows before it are written.
+std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale = 0,
+                                            bool frame = true);
 
 } // namespace vyrhost

@@ -1,6 +1,11 @@
 // vyrlua-host: runs a Lua script inside the reference host.
+#include "app/ApiDump.h"
 #include "app/Console.h"
+#include "app/ErrorReport.h"
 #include "app/HostRuntime.h"
+#include "app/InputModule.h"
+#include "app/ScriptWatch.h"
+#include "app/WindowMode.h"
 #include "app/WindowRenderer.h"
 
 #include "vyrcore/config.h"
@@ -8,10 +13,13 @@
 #include "vyrcrashreporter/CrashReporter.h"
 #include "vyrui/EventLoop.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -19,12 +27,45 @@ namespace {
 
 constexpr const char* kUsage = R"(usage: vyrlua-host [options] SCRIPT [ARGS...]
        vyrlua-host [options] --console [SCRIPT [ARGS...]]
+       vyrlua-host --dump-api markdown|lua
 
 Runs SCRIPT in the reference host with the vyrlua library loaded. ARGS are
 passed to the script as arg[1..] and as the chunk's "...".
 
+With a display (DISPLAY or WAYLAND_DISPLAY set), every top-level window the
+script leaves shown opens as a real window with mouse and keyboard input; the
+program ends when the last one is closed or the script calls
+require("vyrhost.app").quit(). Without a display, or with --headless, the
+script and the event loop run until idle, on a virtual clock that jumps from
+timer to timer.
+
 options:
   --help                 show this text and exit
+  --headless             do not open windows even when a display is there
+  --scale FACTOR         view scale of the windows (HiDPI), 0.25 to 8; headless
+                         renders at it too (default: the display's, or the
+                         VYRLUA_SCALE environment variable)
+  --run-for SECONDS      run the event loop (timers) for SECONDS after SCRIPT;
+                         headless on the virtual clock, so it takes no time
+  --virtual-clock        use the virtual clock in window mode too
+  --render DIR           (headless) at the end, render every shown top-level
+                         window to DIR/<name>.png, <name> being the window's ID
+                         made safe: runs of bytes other than letters, digits,
+                         '-', '_' and '.' become '_', leading dots are dropped,
+                         at most 100 bytes; "window-<n>" when nothing is left;
+                         "-2", "-3", ... for a name used twice; a title bar
+                         with the window's title sits above its content
+  --no-frame             with --render: the content only, no title bar
+  --watch                run SCRIPT again whenever it or a module it required
+                         from disk changes, closing and rebuilding its windows;
+                         a failed run is reported and watching goes on
+  --strict               any error reported (in a handler, a timer, a draw or
+                         undo callback) ends the run with exit status 1
+  --dump-api FORMAT      write what the library registers, read from a live
+                         state, to standard output: "markdown" (docs/api.md)
+                         or "lua" (language server ---@meta definitions)
+  --console              after SCRIPT (if any), run each line of standard input
+                         as Lua; results to stdout, errors to stderr
   --resources DIR        serve the host's Lua resources from DIR
   --embedded-last        look for resource-held modules after Lua files on disk
   --translations FILE    load a translation table for localised texts
@@ -32,16 +73,10 @@ options:
                          (default: the VYRLUA_TRACE environment variable)
   --log-file FILE        write log lines to FILE instead of stderr
   --crash-report FILE    on a fatal signal, write a crash report to FILE
-  --console              after SCRIPT (if any), run each line of standard input
-                         as Lua; results to stdout, errors to stderr
-  --run-for SECONDS      after SCRIPT, run the event loop (timers) for SECONDS
-  --virtual-clock        with --run-for: a clock that jumps from timer to timer,
-                         so the run takes no real time
-  --render DIR           at the end, render every top-level window the script
-                         left open to DIR/<window ID>.png (headless)
 
-Exit status: 0 when the script ran to its end, 1 on an error (its text goes
-to stderr), 2 on bad options.
+Errors are reported once per distinct message, with file, line and traceback.
+Exit status: 0 when the script ran to its end, 1 on an error in the script
+(or any reported error with --strict), 2 on bad options.
 )";
 
 struct Options {
@@ -51,9 +86,15 @@ struct Options {
     std::string logFile;
     std::string crashReport;
     bool console = false;
+    bool headless = false;
+    bool watch = false;
+    bool strict = false;
     double runFor = 0;
+    float scale = 0;
     bool virtualClock = false;
+    bool frame = true;
     std::string renderDir;
+    std::string dumpApi;
     std::string script;
     std::vector<std::string> args;
 };
@@ -62,6 +103,13 @@ int Fail(const std::string& message)
 {
     std::cerr << "vyrlua-host: " << message << "\n";
     return 2;
+}
+
+bool ParseNumber(const std::string& text, double low, double high, double& out)
+{
+    char* end = nullptr;
+    out = std::strtod(text.c_str(), &end);
+    return !text.empty() && *end == '\0' && out >= low && out <= high;
 }
 
 // Returns -1 when the options are good, else the exit status.
@@ -78,6 +126,8 @@ int ParseOptions(int argc, char** argv, Options& options)
             into = argv[++i];
             return true;
         };
+        std::string text;
+        double number = 0;
         if (option == "--help") {
             std::cout << kUsage;
             return 0;
@@ -101,19 +151,30 @@ int ParseOptions(int argc, char** argv, Options& options)
                 return Fail("--crash-report needs a file");
         } else if (option == "--console") {
             options.console = true;
+        } else if (option == "--headless") {
+            options.headless = true;
+        } else if (option == "--watch") {
+            options.watch = true;
+        } else if (option == "--strict") {
+            options.strict = true;
         } else if (option == "--run-for") {
-            std::string seconds;
-            if (!value(seconds))
-                return Fail("--run-for needs a number of seconds");
-            char* end = nullptr;
-            options.runFor = std::strtod(seconds.c_str(), &end);
-            if (seconds.empty() || *end != '\0' || !(options.runFor >= 0 && options.runFor <= 1e9))
+            if (!value(text) || !ParseNumber(text, 0, 1e9, options.runFor))
                 return Fail("--run-for needs a number of seconds from 0 to 1e9");
+        } else if (option == "--scale") {
+            if (!value(text) || !ParseNumber(text, 0.25, 8, number))
+                return Fail("--scale needs a factor from 0.25 to 8");
+            options.scale = static_cast<float>(number);
+        } else if (option == "--no-frame") {
+            options.frame = false;
         } else if (option == "--virtual-clock") {
             options.virtualClock = true;
         } else if (option == "--render") {
             if (!value(options.renderDir) || options.renderDir.empty())
                 return Fail("--render needs a directory");
+        } else if (option == "--dump-api") {
+            if (!value(options.dumpApi) ||
+                (options.dumpApi != "markdown" && options.dumpApi != "lua"))
+                return Fail("--dump-api needs a format: markdown or lua");
         } else if (option == "--") {
             ++i;
             break;
@@ -121,13 +182,65 @@ int ParseOptions(int argc, char** argv, Options& options)
             return Fail("unknown option " + option + " (see --help)");
         }
     }
-    if (i >= argc && options.console)
+    if (i >= argc && (options.console || !options.dumpApi.empty()))
         return -1;
     if (i >= argc)
         return Fail("no script given (see --help)");
     options.script = argv[i++];
     options.args.assign(argv + i, argv + argc);
+    if (options.watch && options.console)
+        return Fail("--watch and --console cannot be used together");
     return -1;
+}
+
+enum class Outcome { Ok, Failed, Reload };
+
+// One run of the script in a fresh runtime: the script, the event loop (in
+// windows or headless), the console, rendering.
+Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& report,
+                  vyrhost::ScriptWatch* watch)
+{
+    vyrhost::HostRuntime runtime(options.host);
+    vyrui::EventLoop& loop = runtime.Application().GetEventLoop();
+    if (headless || options.virtualClock)
+        loop.SetClock(vyrui::EventLoop::Clock::Virtual);
+    vyrhost::ClearQuitRequest();
+    auto failed = [&] { return options.strict && report.Count() > 0; };
+
+    if (!options.console || !options.script.empty()) {
+        std::string error = runtime.RunFile(options.script, options.args);
+        if (watch)
+            watch->Collect(runtime.State(), options.script);
+        if (!error.empty()) {
+            std::string message = error.substr(0, error.find('\n'));
+            std::string traceback = error.size() > message.size() ? error.substr(message.size() + 1) : "";
+            report.Report(message, traceback);
+            return Outcome::Failed;
+        }
+    }
+    runtime.Settle();
+    if (!headless && !options.console) {
+        vyrhost::WindowMode windows(runtime, options.scale);
+        auto changed = [&] { return watch && watch->Changed(); };
+        vyrhost::WindowMode::End end = windows.Run(options.runFor, changed, failed);
+        if (end == vyrhost::WindowMode::End::Stopped)
+            return Outcome::Reload;
+    } else if (options.runFor > 0 && !vyrhost::QuitRequested()) {
+        vyrhost::LoopRunScope running;
+        loop.RunFor(options.runFor);
+    }
+    runtime.Settle();
+    if (failed())
+        return Outcome::Failed;
+    if (options.console) {
+        if (vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0) != 0)
+            return Outcome::Failed;
+    }
+    if (!options.renderDir.empty()) {
+        for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir, options.scale, options.frame))
+            std::cout << "rendered " << path << "\n";
+    }
+    return failed() ? Outcome::Failed : Outcome::Ok;
 }
 
 } // namespace
@@ -148,34 +261,42 @@ int main(int argc, char** argv)
     if (!options.translations.empty() &&
         !vyrcore::config::Localizer::Get().LoadTranslationFile(options.translations, &error))
         return Fail(error);
-    vyrcore::config::SetErrorSink(
-        [](const std::string& message) { std::cerr << "vyrlua-host: error: " << message << "\n"; });
 
+    vyrhost::ErrorReport report(std::cerr);
+    vyrcore::config::SetErrorSink([&report](const std::string& message) { report.Report(message); });
+    options.host.tracebacks = true;
+
+    const bool headless = options.headless || options.console || !options.renderDir.empty() ||
+                          !options.dumpApi.empty() || !vyrhost::WindowMode::DisplayAvailable();
+    vyrhost::SetHeadless(headless);
+
+    int status = 0;
     try {
-        vyrhost::HostRuntime runtime(options.host);
-        if (!options.console || !options.script.empty())
-            error = runtime.RunFile(options.script, options.args);
-        if (error.empty() && options.runFor > 0) {
-            vyrui::EventLoop& loop = runtime.Application().GetEventLoop();
-            if (options.virtualClock)
-                loop.SetClock(vyrui::EventLoop::Clock::Virtual);
-            loop.RunFor(options.runFor);
+        if (!options.dumpApi.empty()) {
+            vyrhost::HostRuntime runtime(options.host);
+            std::cout << vyrhost::DumpApi(runtime.State(), options.dumpApi);
+            return 0;
         }
-        if (error.empty() && options.console) {
-            int status = vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0);
-            if (status != 0)
-                return status;
-        }
-        if (error.empty() && !options.renderDir.empty()) {
-            for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir))
-                std::cout << "rendered " << path << "\n";
+        std::unique_ptr<vyrhost::ScriptWatch> watch;
+        if (options.watch)
+            watch = std::make_unique<vyrhost::ScriptWatch>();
+        for (;;) {
+            Outcome outcome = RunScript(options, headless, report, watch.get());
+            status = outcome == Outcome::Failed ? 1 : 0;
+            if (!watch || vyrhost::QuitRequested())
+                break;
+            if (outcome != Outcome::Reload) {
+                std::cerr << "vyrlua-host: watching " << watch->Count()
+                          << " file(s) for changes (Ctrl-C stops)\n";
+                while (!watch->Changed())
+                    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+            std::cerr << "vyrlua-host: reloading " << options.script << "\n";
+            report.NewRun();
         }
     } catch (const std::exception& e) {
-        error = e.what();
+        report.Report(e.what());
+        status = 1;
     }
-    if (!error.empty()) {
-        std::cerr << error << "\n";
-        return 1;
-    }
-    return 0;
+    return status;
 }

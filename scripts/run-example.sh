@@ -1,16 +1,25 @@
 #!/usr/bin/env bash
-# Sets up the machine, builds vyrlua and runs an example script in the
-# reference host. By default: examples/poster.lua, which draws a poster
-# headless and writes out/poster.png; any top-level windows a script leaves
-# open are rendered to out/ as well.
+# Sets up the machine, builds vyrlua and runs example scripts in the
+# reference host, headless.
 #
-#   scripts/run-example.sh [SCRIPT [ARGS...]]
+#   scripts/run-example.sh                  every example: windows rendered to
+#                                           out/*.png, the poster to
+#                                           out/poster.png, then the clip
+#                                           inspector's own test
+#   scripts/run-example.sh SCRIPT [ARGS...] one script; the top-level windows
+#                                           it leaves open go to out/
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 export CCACHE_BASEDIR="$PWD"
 cmake -S . -B build/puc -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVYRLUA_LUA=PUC >/dev/null
 cmake --build build/puc -j "$(nproc)" --target vyrlua-host >/dev/null
-[ "$#" -gt 0 ] || set -- examples/poster.lua out/poster.png
+host=build/puc/bin/vyrlua-host
 mkdir -p out
-exec build/puc/bin/vyrlua-host --render out "$@"
+if [ "$#" -gt 0 ]; then
+  exec "$host" --headless --render out "$@"
+fi
+"$host" --headless --strict --render out examples/hello.lua
+"$host" --headless --strict --render out --run-for 1 examples/clip-inspector.lua
+"$host" --headless --strict examples/poster.lua out/poster.png
+"$host" --headless --strict examples/clip-inspector-test.lua

@@ -8,7 +8,7 @@ packages=(
   liblua5.1-0-dev libluajit-5.1-dev lua5.1
   libboost-dev libboost-regex-dev libicu-dev
   libcairo2-dev libpango1.0-dev libpng-dev libjpeg-dev libgdk-pixbuf-2.0-dev
-  fonts-dejavu-core
+  libsdl2-dev fonts-dejavu-core
   libgtest-dev libgmock-dev libbenchmark-dev valgrind python3
 )
 

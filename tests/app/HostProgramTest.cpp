@@ -1,10 +1,14 @@
 // vyrlua-host as a user runs it: arguments, exit status, error output.
+#include "vyrui/drawbot/DrawbotInterfaces.h"
+#include "vyrui/drawbot/Supplier.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,9 +28,8 @@ std::string HostProgram()
     return (fs::read_symlink("/proc/self/exe").parent_path() / "vyrlua-host").string();
 }
 
-Outcome RunHost(const std::string& arguments)
+Outcome RunCommand(const std::string& command)
 {
-    std::string command = HostProgram() + " " + arguments + " 2>&1";
     Outcome outcome{-1, {}};
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe)
@@ -38,6 +41,12 @@ Outcome RunHost(const std::string& arguments)
     int status = pclose(pipe);
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return outcome;
+}
+
+// Headless even where a display is: the window mode has its own test.
+Outcome RunHost(const std::string& arguments)
+{
+    return RunCommand(HostProgram() + " --headless " + arguments + " 2>&1");
 }
 
 std::string Script(const std::string& name, const std::string& text)
@@ -158,13 +167,156 @@ TEST(HostProgramTest, RendersOpenWindowsToPNG)
     Outcome o = RunHost("--render " + out.string() + " " + script);
     EXPECT_EQ(o.status, 0) << o.out;
     EXPECT_EQ(o.out, "rendered " + (out / "main.png").string() + "\nrendered " +
-                         (out / "window-2.png").string() + "\n");
-    EXPECT_EQ(PNGSize(out / "main.png"), std::make_pair(64u, 32u));
-    EXPECT_EQ(PNGSize(out / "window-2.png"), std::make_pair(10u, 12u));
+                         (out / "_escape.png").string() + "\n");
+    // A title bar of 24 sits above the content; --no-frame leaves it out.
+    EXPECT_EQ(PNGSize(out / "main.png"), std::make_pair(64u, 56u));
+    EXPECT_EQ(PNGSize(out / "_escape.png"), std::make_pair(10u, 36u));
     EXPECT_FALSE(fs::exists(out / "dropped.png"));
+    EXPECT_EQ(RunHost("--no-frame --scale 2 --render " + out.string() + " " + script).status, 0);
+    EXPECT_EQ(PNGSize(out / "main.png"), std::make_pair(128u, 64u));
+
+    // A window that cannot be rendered is named.
+    Outcome empty = RunHost("--render " + out.string() + " " +
+                            Script("empty.lua", "require 'vyrlua.vyrcontrols'\n"
+                                                "w = vyrcontrols.NewWindow('w', nil, 'Nothing')"));
+    EXPECT_EQ(empty.status, 1);
+    EXPECT_NE(empty.out.find("cannot render window 'w' (\"Nothing\"): its size 0 x 0 at scale 1"),
+              std::string::npos)
+        << empty.out;
 
     // A directory that cannot be made is an error, not a silent success.
     Outcome bad = RunHost("--render /proc/no/such/dir " + script);
     EXPECT_EQ(bad.status, 1);
     EXPECT_NE(bad.out.find("cannot create /proc/no/such/dir"), std::string::npos) << bad.out;
+}
+
+TEST(HostProgramTest, CallbackErrorsAreReportedOnceWithTracebackAndStrictFails)
+{
+    std::string script = Script("ticks.lua", R"(require "vyrlua.vyrcontrols"
+ticks = vyrcontrols.NewNode()
+local function check(n) if n > 1 then error("tick " .. "failed") end end
+local count = 0
+ticks:UI_InstallTimer(0.1, function() count = count + 1 check(count) end)
+print("started")
+)");
+    // Ten ticks on the virtual clock, nine failing: one report.
+    Outcome lenient = RunHost("--run-for 1 " + script);
+    EXPECT_EQ(lenient.status, 0) << lenient.out;
+    size_t first = lenient.out.find("ticks.lua:3: tick failed\n");
+    ASSERT_NE(first, std::string::npos) << lenient.out;
+    EXPECT_EQ(lenient.out.find("tick failed", first + 30), std::string::npos) << lenient.out;
+    EXPECT_NE(lenient.out.find("stack traceback:\n\t[C]: in function 'error'\n\t"
+                               + script + ":3: in function 'check'\n\t" + script + ":5: in function <"),
+              std::string::npos)
+        << lenient.out;
+
+    Outcome strict = RunHost("--strict --run-for 1 " + script);
+    EXPECT_EQ(strict.status, 1) << strict.out;
+}
+
+TEST(HostProgramTest, HostUndoWorksInAScriptFileAfterEachCallback)
+{
+    std::string script = Script("undo.lua", R"(
+        require "vyrlua.vyrcontrols"
+        doc = { n = 0 }
+        local step = {}
+        function step:handleActionUndo() doc.n = doc.n - 1 end
+        function step:handleActionRedo() doc.n = doc.n + 1 end
+        hostUndo.beginGroup("Add two")
+        doc.n = 1 hostUndo.record("one", step)
+        doc.n = 2 hostUndo.record("two", step)
+        hostUndo.endGroup()
+        print(hostUndo.canUndo(), hostUndo.undoName(), hostUndo.undoCount(), hostUndo.canRedo())
+        -- Requests wait for the top level, then all run, in order.
+        hostUndo.undo() hostUndo.redo() hostUndo.undo()
+        print("in the script", doc.n)
+        local ticks = 0
+        timer = vyrcontrols.NewNode()
+        timer:UI_InstallTimer(0.1, function()
+          ticks = ticks + 1
+          if ticks == 1 then
+            print("after", doc.n, hostUndo.canRedo(), hostUndo.redoName())
+            hostUndo.redo()
+          elseif ticks == 2 then
+            print("redone", doc.n, hostUndo.undoName())
+          end
+        end)
+    )");
+    Outcome o = RunHost("--run-for 0.25 " + script);
+    EXPECT_EQ(o.status, 0) << o.out;
+    EXPECT_EQ(o.out, "true\tAdd two\t1\tfalse\nin the script\t2\nafter\t0\ttrue\tAdd two\n"
+                     "redone\t2\tAdd two\n");
+    EXPECT_EQ(RunHost("--strict " + Script("group.lua", "hostUndo.beginGroup('never closed')")).status, 1);
+}
+
+TEST(HostProgramTest, CheckedInApiReferenceIsWhatTheLibraryRegisters)
+{
+    const char* data = std::getenv("VYRLUA_TEST_DATA");
+    ASSERT_NE(data, nullptr);
+    // VYRLUA_TEST_DATA is tests/app/data here.
+    std::ifstream in(fs::path(data).parent_path().parent_path().parent_path() / "docs" / "api.md");
+    std::string checkedIn((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    Outcome dump = RunHost("--dump-api markdown");
+    EXPECT_EQ(dump.status, 0);
+    if (dump.out != checkedIn)
+        std::ofstream(::testing::TempDir() + "api-dump.md") << dump.out;
+    EXPECT_TRUE(dump.out == checkedIn)
+        << "docs/api.md is stale: regenerate it with vyrlua-host --dump-api markdown > docs/api.md";
+
+    // The editor definitions are Lua that loads.
+    std::string definitions = ::testing::TempDir() + "vyrlua-meta.lua";
+    EXPECT_EQ(RunHost("--dump-api lua > " + definitions).status, 0);
+    Outcome loads = RunHost(Script("load.lua", "assert(loadfile('" + definitions + "')) print('ok')"));
+    EXPECT_EQ(loads.out, "ok\n");
+}
+
+TEST(HostProgramTest, StockInterpreterSaysWhatNeedsTheHost)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "a stock lua5.1 cannot load a library built with AddressSanitizer";
+#endif
+    // What needs no host works in a stock lua5.1; what does says so plainly.
+    std::string bin = fs::path(HostProgram()).parent_path().string();
+    std::string command = "lua5.1 -e \"package.cpath = '" + bin + "/?.so;' .. package.cpath "
+                          "require 'vyrlua.vyrcontrols' local n = vyrcontrols.NewNode('n') "
+                          "print(n:UI_GetNodeID(), pcall(n.UI_InstallTimer, n, 1, print))\" 2>&1";
+    EXPECT_EQ(RunCommand(command).out, "n\tfalse\tvyrlua: this needs the host application's state locator; run the "
+                   "script with vyrlua-host\n");
+}
+
+namespace {
+
+// Distinct pixel values below the title bar of a rendered window.
+size_t ContentColours(const fs::path& png)
+{
+    std::ifstream in(png, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto image = vyrui::drawbot::CreateDefaultSupplier()->NewImageFromBuffer(1, bytes.data(), bytes.size());
+    std::set<uint32_t> colours;
+    for (int y = 24; y < image->GetHeight(); ++y) {
+        const auto* row = reinterpret_cast<const uint32_t*>(image->GetPixels() + y * image->GetStride());
+        colours.insert(row, row + image->GetWidth());
+    }
+    return colours.size();
+}
+
+} // namespace
+
+TEST(HostProgramTest, ExamplesRenderAndTestThemselves)
+{
+    const char* data = std::getenv("VYRLUA_TEST_DATA");
+    ASSERT_NE(data, nullptr);
+    fs::path examples = fs::path(data).parent_path().parent_path().parent_path() / "examples";
+    fs::path out = fs::path(::testing::TempDir()) / "examples";
+    fs::remove_all(out);
+    EXPECT_EQ(RunHost("--strict --render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
+    EXPECT_EQ(RunHost("--strict --run-for 1 --render " + out.string() + " " +
+                      (examples / "clip-inspector.lua").string()).status, 0);
+    // Text, controls and the meter: far more than a blank window's colours.
+    EXPECT_GT(ContentColours(out / "hello.png"), 20u);
+    EXPECT_GT(ContentColours(out / "clip-inspector.png"), 20u);
+
+    Outcome test = RunHost("--headless --strict " + (examples / "clip-inspector-test.lua").string());
+    EXPECT_EQ(test.status, 0) << test.out;
+    EXPECT_NE(test.out.find(" passed, 0 failed\n"), std::string::npos) << test.out;
 }

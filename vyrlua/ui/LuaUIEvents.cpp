@@ -1,5 +1,7 @@
 #include "vyrlua/ui/LuaUIEvents.h"
 
+#include "vyrlua/ui/EventFields.h"
+
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaFieldReaders.h"
@@ -341,8 +343,8 @@ const luaL_Reg kGestureMethods[] = {
 
 // ---------------------------------------------------------------------------
 // Constructors: vyrlua_CreateNewVYRUIMouseEvent{ type = "down", x = 3, ... }.
-// Every field is optional; a present field of the wrong type is an error
-// naming the constructor and the field.
+// Every field is optional; a present field of the wrong type, or an unknown
+// field, is an error naming the constructor and the field.
 
 class FieldReader {
 public:
@@ -482,6 +484,7 @@ static_assert(std::is_trivially_destructible_v<GestureEvent>);
 int NewMouseEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<MouseEvent>(L);
+    RefuseUnknownFields(L, 1, Kind<MouseEvent>::kConstructor, kMouseEventFieldNames);
     MouseEvent e;
     in.Name("type", e.type, MouseEventTypeFromName, "down, up, move, drag, enter, exit, wheel");
     in.Point("x", "y", e.position);
@@ -499,6 +502,7 @@ int NewMouseEventBody(lua_State* L)
 int NewKeyboardEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<KeyboardEvent>(L);
+    RefuseUnknownFields(L, 1, Kind<KeyboardEvent>::kConstructor, kKeyboardEventFieldNames);
     // Plain fields, and the text as the Lua string itself until the event
     // holds its copy.
     struct {
@@ -527,6 +531,7 @@ int NewKeyboardEventBody(lua_State* L)
 int NewTouchEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<TouchEvent>(L);
+    RefuseUnknownFields(L, 1, Kind<TouchEvent>::kConstructor, kTouchEventFieldNames);
     TouchEvent e;
     ReadTouchPoint(in, e.touch);
     in.Int("tapCount", e.tapCount);
@@ -539,6 +544,7 @@ int NewTouchEventBody(lua_State* L)
 int NewMultiTouchEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<MultiTouchEvent>(L);
+    RefuseUnknownFields(L, 1, Kind<MultiTouchEvent>::kConstructor, kMultiTouchEventFieldNames);
     uint32_t modifiers = kModifier_None;
     double timestamp = 0;
     in.Mask("modifiers", modifiers);
@@ -560,6 +566,7 @@ int NewMultiTouchEventBody(lua_State* L)
                 if (lua_type(L, -1) != LUA_TTABLE)
                     in.Fail("touches", "must hold tables (entry " + std::to_string(i) + " is not)");
                 TouchPoint t;
+                RefuseUnknownFields(L, -1, Kind<MultiTouchEvent>::kConstructor, kTouchPointFieldNames);
                 ReadTouchPoint(FieldReader(L, lua_gettop(L), Kind<MultiTouchEvent>::kConstructor), t);
                 // Looked up again: reading the touch ran script code.
                 CheckEvent<MultiTouchEvent>(L, event).touches.push_back(t);
@@ -576,6 +583,7 @@ int NewMultiTouchEventBody(lua_State* L)
 int NewGestureEventBody(lua_State* L)
 {
     FieldReader in = ConstructorArgs<GestureEvent>(L);
+    RefuseUnknownFields(L, 1, Kind<GestureEvent>::kConstructor, kGestureEventFieldNames);
     GestureEvent e;
     in.Name("kind", e.kind, GestureKindFromName, "pan, zoom, rotate, swipe, tap, longPress");
     in.Name("phase", e.phase, GesturePhaseFromName, "begin, change, end, cancel");

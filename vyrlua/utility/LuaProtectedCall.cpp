@@ -1,10 +1,121 @@
 #include "vyrlua/utility/LuaProtectedCall.h"
 
 #include "vyrcore/config.h"
+#include "vyrlua/utility/LuaBoundary.h"
 
 #include <functional>
 
 namespace vyrlua::utility {
+
+bool detail::gCallTracebacks = false;
+
+namespace {
+
+constexpr const char* kHandlerKey = "vyrlua.tracebackHandler";
+constexpr const char* kTracebackKey = "vyrlua.traceback";
+// Deep recursion is cut short: the innermost levels are the useful ones.
+constexpr int kTracebackLevels = 24;
+
+std::string gTracedMessage;
+std::string gTraceback;
+
+// The message handler: records the traceback of the failing stack in the
+// registry and returns the message unchanged, so the error a caller sees is
+// the same with or without tracebacks.
+int TracebackBody(lua_State* L)
+{
+    lua_settop(L, 1);
+    luaL_Buffer b;
+    luaL_buffinit(L, &b);
+    luaL_addstring(&b, "stack traceback:");
+    lua_Debug ar;
+    for (int level = 1; level <= kTracebackLevels && lua_getstack(L, level, &ar); ++level) {
+        lua_getinfo(L, "Sln", &ar);
+        if (ar.currentline > 0)
+            lua_pushfstring(L, "\n\t%s:%d: in ", ar.short_src, ar.currentline);
+        else
+            lua_pushfstring(L, "\n\t%s: in ", ar.short_src);
+        luaL_addvalue(&b);
+        if (ar.namewhat != nullptr && *ar.namewhat != '\0' && ar.name != nullptr)
+            lua_pushfstring(L, "function '%s'", ar.name);
+        else if (ar.what != nullptr && *ar.what == 'm')
+            lua_pushliteral(L, "main chunk");
+        else if (ar.what != nullptr && *ar.what == 'C')
+            lua_pushliteral(L, "?");
+        else
+            lua_pushfstring(L, "function <%s:%d>", ar.short_src, ar.linedefined);
+        luaL_addvalue(&b);
+    }
+    luaL_pushresult(&b);
+    lua_setfield(L, LUA_REGISTRYINDEX, kTracebackKey);
+    return 1;
+}
+
+} // namespace
+
+void SetCallTracebacks(lua_State* L, bool on)
+{
+    if (on) {
+        lua_pushcfunction(L, LuaBoundary<TracebackBody>);
+        lua_setfield(L, LUA_REGISTRYINDEX, kHandlerKey);
+    }
+    detail::gCallTracebacks = on;
+}
+
+std::string TakeCallTraceback(const std::string& message)
+{
+    std::string traceback;
+    if (message == gTracedMessage)
+        traceback.swap(gTraceback);
+    gTracedMessage.clear();
+    gTraceback.clear();
+    return traceback;
+}
+
+bool InsertTracebackHandler(lua_State* L, int index)
+{
+    if (!detail::gCallTracebacks || !lua_checkstack(L, 1))
+        return false;
+    lua_getfield(L, LUA_REGISTRYINDEX, kHandlerKey);
+    if (!lua_isfunction(L, -1)) {
+        lua_pop(L, 1);
+        return false;
+    }
+    lua_insert(L, index);
+    return true;
+}
+
+void KeepCallTraceback(lua_State* L)
+{
+    const char* message = lua_tostring(L, -1);
+    lua_getfield(L, LUA_REGISTRYINDEX, kTracebackKey);
+    const char* traceback = lua_tostring(L, -1);
+    gTracedMessage = message ? message : "";
+    gTraceback = traceback ? traceback : "";
+    bool present = traceback != nullptr;
+    lua_pop(L, 1);
+    // Only an existing key is cleared: setting an absent one would allocate.
+    if (present) {
+        lua_pushnil(L);
+        lua_setfield(L, LUA_REGISTRYINDEX, kTracebackKey);
+    }
+}
+
+void detail::CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults)
+{
+    int function = lua_gettop(L) - nargs;
+    if (!InsertTracebackHandler(L, function)) {
+        if (lua_pcall(L, nargs, nresults, 0) != 0)
+            RaiseLuaCallError(L);
+        return;
+    }
+    int status = lua_pcall(L, nargs, nresults, function);
+    if (status != 0)
+        KeepCallTraceback(L);
+    lua_remove(L, function);
+    if (status != 0)
+        RaiseLuaCallError(L);
+}
 
 void CallLuaFromCpp(lua_State* L, int nargs, int nresults)
 {

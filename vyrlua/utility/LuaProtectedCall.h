@@ -4,6 +4,8 @@
 
 #include "vyrlua/utility/LuaApi.h"
 
+#include <string>
+
 namespace vyrlua::utility {
 
 // Restores the stack top saved at construction when the scope ends.
@@ -26,13 +28,33 @@ private:
 // (vyrcore::config::ThrowError, which throws HostException with the text).
 void CallLuaFromCpp(lua_State* L, int nargs, int nresults);
 
+// Tracebacks of errors in calls from native code. Off by default, since a
+// traceback costs a message handler per call; a host program that reports
+// errors to script authors turns them on. The traceback of the last failed
+// call is kept beside its message until taken.
+void SetCallTracebacks(lua_State* L, bool on);
+// The traceback ("stack traceback:\n\t...") recorded with the error
+// `message`, or empty; taking it forgets it.
+std::string TakeCallTraceback(const std::string& message);
+// Inserts the traceback message handler at `index` (for a lua_pcall the
+// caller makes itself). The handler needs SetCallTracebacks(L, true) first;
+// returns false, inserting nothing, without it.
+bool InsertTracebackHandler(lua_State* L, int index);
+// After a failed lua_pcall made with the handler: keeps the traceback it
+// recorded for the message on top.
+void KeepCallTraceback(lua_State* L);
+
 namespace detail {
+extern bool gCallTracebacks;
 // CallLuaFromCpp's failure: raises the error on top of the stack as a host
 // error.
 void RaiseLuaCallError(lua_State* L);
+void CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults);
 // CallLuaFromCpp inline, for the call-back paths that run on every event.
 inline void CallLuaFromCppInline(lua_State* L, int nargs, int nresults)
 {
+    if (gCallTracebacks)
+        return CallLuaFromCppWithTraceback(L, nargs, nresults);
     if (lua_pcall(L, nargs, nresults, 0) != 0)
         RaiseLuaCallError(L);
 }

@@ -33,8 +33,13 @@ namespace detail {
 KzDeferredLuaStateLocator RequireLocator(lua_State* L)
 {
     KzDeferredLuaStateLocator locator = FindDeferredLuaStateLocator(L);
-    if (locator == nullptr)
+    if (locator == nullptr) {
+        // No host state at all: a stock interpreter loaded the library. Say
+        // what to do rather than name the host's start-up step.
+        if (KzKernel_CurrentLuaState() == nullptr)
+            throw LuaError(kNeedsHostMessage);
         throw LuaError("RegisterDeferredLuaStateLocator must be called prior to using LuaFunction");
+    }
     return locator;
 }
 

@@ -20,10 +20,16 @@ namespace vyrlua::utility {
 // there is none.
 KzDeferredLuaStateLocator FindDeferredLuaStateLocator(lua_State* L);
 
+// What a script run by a stock lua5.1 or luajit is told when it uses
+// something that needs the host program.
+inline constexpr const char* kNeedsHostMessage =
+    "vyrlua: this needs the host application's state locator; run the script with vyrlua-host";
+
 namespace detail {
-// FindDeferredLuaStateLocator, but throws
+// FindDeferredLuaStateLocator, but throws when there is none: with no host
+// state open at all (a stock interpreter), LuaError(kNeedsHostMessage); else
 // LuaError("RegisterDeferredLuaStateLocator must be called prior to using
-// LuaFunction") when there is none.
+// LuaFunction").
 KzDeferredLuaStateLocator RequireLocator(lua_State* L);
 // Checks the value on top of the stack, as luaL_checktype(L, -1, type) does.
 void CheckTopType(lua_State* L, int type);

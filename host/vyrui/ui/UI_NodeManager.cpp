@@ -326,6 +326,10 @@ bool UI_NodeManager::DispatchMouseEvent(UI_Node& root, MouseEvent event)
         event.clickCount = CountClick(event);
     if (event.type == MouseEventType::Down)
         mLastDown = event;
+    // A release ends the click its press began: same count.
+    if (event.type == MouseEventType::Up && event.clickCount <= 0 && mLastDown &&
+        mLastDown->button == event.button)
+        event.clickCount = mLastDown->clickCount;
 
     MouseEvent global = event;
     global.position = event.globalPosition;
