@@ -27,6 +27,9 @@ options:
   --help                 show this text and exit
   --resources DIR        serve the host's Lua resources from DIR
   --embedded-last        look for resource-held modules after Lua files on disk
+  --settings DIR         keep the application settings in DIR/settings.json
+                         (default: $XDG_CONFIG_HOME/vyrlua-host, else
+                         ~/.config/vyrlua-host)
   --translations FILE    load a translation table for localised texts
   --trace LEVELS         log levels by category, e.g. vyrlua=trace,LuaCrashReporter=info
                          (default: the VYRLUA_TRACE environment variable)
@@ -87,6 +90,9 @@ int ParseOptions(int argc, char** argv, Options& options)
         } else if (option == "--resources") {
             if (!value(options.host.resourceDir))
                 return Fail("--resources needs a directory");
+        } else if (option == "--settings") {
+            if (!value(options.host.settingsDir) || options.host.settingsDir.empty())
+                return Fail("--settings needs a directory");
         } else if (option == "--translations") {
             if (!value(options.translations))
                 return Fail("--translations needs a file");
@@ -135,6 +141,7 @@ int ParseOptions(int argc, char** argv, Options& options)
 int main(int argc, char** argv)
 {
     Options options;
+    options.host.settingsDir = exo::app::DefaultSettingsDirectory();
     if (int status = ParseOptions(argc, argv, options); status >= 0)
         return status;
 

@@ -2,6 +2,8 @@
 find_package(PkgConfig REQUIRED)
 find_package(Boost 1.74 REQUIRED COMPONENTS regex)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+# JSON for property lists on disk (header-only).
+find_package(nlohmann_json 3.10 REQUIRED)
 
 # Headers: always the 5.1 ones, so vyrlua.so is one binary for both Lua builds.
 add_library(vyr_lua_headers INTERFACE)
