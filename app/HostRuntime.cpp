@@ -12,7 +12,6 @@ namespace vyrhost {
 HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo::app::App>())
 {
     mApp->SetResourceDirectory(vyrcore::filesupport::Dir::FromUTF8(options.resourceDir));
-    mApp->SetSettingsDirectory(options.settingsDir);
     mL = options.allocator
              ? KzKernel_NewLuaStateWithAllocator(options.allocator, options.allocatorData)
              : KzKernel_NewLuaState();

@@ -21,8 +21,6 @@ struct HostOptions {
     // A Lua that refuses custom allocators makes the constructor throw.
     lua_Alloc allocator = nullptr;
     void* allocatorData = nullptr;
-    // Where the application settings are kept; empty: in memory only.
-    std::string settingsDir;
 };
 
 class HostRuntime {

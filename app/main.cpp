@@ -49,6 +49,7 @@ to stderr), 2 on bad options.
 
 struct Options {
     vyrhost::HostOptions host;
+    std::string settingsDir;
     std::string translations;
     std::string trace;
     std::string logFile;
@@ -91,7 +92,7 @@ int ParseOptions(int argc, char** argv, Options& options)
             if (!value(options.host.resourceDir))
                 return Fail("--resources needs a directory");
         } else if (option == "--settings") {
-            if (!value(options.host.settingsDir) || options.host.settingsDir.empty())
+            if (!value(options.settingsDir) || options.settingsDir.empty())
                 return Fail("--settings needs a directory");
         } else if (option == "--translations") {
             if (!value(options.translations))
@@ -141,7 +142,7 @@ int ParseOptions(int argc, char** argv, Options& options)
 int main(int argc, char** argv)
 {
     Options options;
-    options.host.settingsDir = exo::app::DefaultSettingsDirectory();
+    options.settingsDir = exo::app::DefaultSettingsDirectory();
     if (int status = ParseOptions(argc, argv, options); status >= 0)
         return status;
 
@@ -160,6 +161,7 @@ int main(int argc, char** argv)
 
     try {
         vyrhost::HostRuntime runtime(options.host);
+        runtime.Application().SetSettingsDirectory(options.settingsDir);
         if (!options.console || !options.script.empty())
             error = runtime.RunFile(options.script, options.args);
         if (error.empty() && options.runFor > 0) {
