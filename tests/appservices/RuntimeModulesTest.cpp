@@ -28,7 +28,7 @@ TEST_F(LuaTest, LoggingWritesByCategoryAndLevel)
     vyrcore::debug::SetLogFile("");
     std::ifstream in(path, std::ios::binary);
     std::string text(std::istreambuf_iterator<char>(in), {});
-    EXPECT_EQ(text, std::string("[scripts] info: shown\n[scripts] error: bad\0byte\n", 47));
+    EXPECT_EQ(text, std::string("[scripts] info: shown\n[scripts] error: bad\0byte\n", 48));
 }
 
 TEST_F(LuaTest, DebugSwitchesAndBetaFeatures)
