@@ -18,7 +18,7 @@ protected:
     {
         LuaTest::SetUp();
         Run("require 'vyrlua.exo.app' require 'vyrlua.proplist' require 'vyrlua.OSMenu' "
-            "app = App.GetApp()");
+            "require 'vyrlua.vyrCmdAttachment' app = App.GetApp()");
     }
     exo::app::App& Host() { return Runtime().Application(); }
     void Pump() { Host().GetEventLoop().RunOnce(); }
@@ -178,6 +178,39 @@ TEST_F(AppTest, MenuItemsPostTheirCommandsAndShowTheirShortcuts)
               "test:1: a menu cannot contain itself");
     EXPECT_EQ(Error("sub:GetItem(1)"),
               "test:1: bad argument #1 to 'GetItem' (position out of range (1 to 0))");
+}
+
+TEST_F(AppTest, AttachedLuaHandlersRunEnableAndCheckTheirCommands)
+{
+    Run("ran, enabled, checked = {}, true, nil cmd = app:ReserveCmd() "
+        "a = vyrCmdAttachment.New(cmd, function(id) ran[#ran + 1] = id - cmd end, "
+        "  function() return enabled end, function() return checked end) "
+        "menu = OSMenu.New('Script') menu:AppendItem('Run', cmd) "
+        "app:PostCommand(cmd)");
+    Pump();
+    EXPECT_EQ(Eval("return table.concat(ran, ',')"), "0");
+    Run("enabled, checked = false, true menu:Update() app:PostCommand(cmd)");
+    Pump();
+    EXPECT_EQ(Run("local i = menu:GetItem(1) return #ran, i.enabled, i.checked, menu:Choose(1)"),
+              (std::vector<std::string>{"1", "false", "true", "false"}));
+    // The newest handler of a command is asked first; a detached one no more.
+    Run("enabled = true b = vyrCmdAttachment.New(cmd, function() ran[#ran + 1] = 'b' end) "
+        "app:PostCommand(cmd)");
+    Pump();
+    Run("b:Detach() app:PostCommand(cmd)");
+    Pump();
+    EXPECT_EQ(Run("return table.concat(ran, ','), b:IsAttached(), a:IsAttached(), "
+                  "a:GetCommandID() == cmd"),
+              (std::vector<std::string>{"0,b,0", "false", "true", "true"}));
+    Run("a:Release() app:PostCommand(cmd) "
+        "c = vyrCmdAttachment.New(cmd, function() error('handler failed') end)");
+    Pump();
+    EXPECT_EQ(Run("return #ran, a:IsAttached(), tostring(a)"),
+              (std::vector<std::string>{"3", "false", "vyrCmdAttachment(released)"}));
+    ASSERT_EQ(reportedErrors.size(), 1u);
+    EXPECT_NE(reportedErrors[0].find("handler failed"), std::string::npos);
+    EXPECT_EQ(Error("vyrCmdAttachment.New(cmd, 'run')"),
+              "test:1: bad argument #2 to 'New' (function expected, got string)");
 }
 
 } // namespace
