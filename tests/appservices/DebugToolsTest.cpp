@@ -20,7 +20,7 @@ protected:
 
 TEST_F(DebugToolsTest, ProfilerCountsCallsAndNestsStacksAndLeavesNoHook)
 {
-    Run("function fib(n) if n < 2 then return n end return fib(n - 1) + fib(n - 2) end "
+    Run("function fib(n) if n < 2 then return n end return fib(n - 1) + fib(n - 2) end\n"
         "function outer() return fib(10) end");
     EXPECT_EQ(Run("local first, again = P.start(true), P.start() "
                   "outer() outer() P.stop() return first, again, debug.gethook(), P.isRunning()"),
@@ -35,7 +35,7 @@ TEST_F(DebugToolsTest, ProfilerCountsCallsAndNestsStacksAndLeavesNoHook)
     // paths sit under outer's.
     EXPECT_EQ(Eval("local bad, nested = 0, 0 for line in P.getFoldedStacks():gmatch('[^\\n]+') do "
                    "if not line:match('^[^;]+[^\\n]* %d+$') then bad = bad + 1 end "
-                   "if line:match('^outer %(test:1%);fib %(test:1%);fib') then nested = nested + 1 end end "
+                   "if line:match('^outer %(test:2%);fib %(test:1%);fib') then nested = nested + 1 end end "
                    "return bad .. ' ' .. tostring(nested > 0)"),
               "0 true");
     EXPECT_EQ(Eval("for _, r in ipairs(P.getLineReport()) do if r.source == 'test' and r.line == 1 "
@@ -59,7 +59,7 @@ TEST_F(DebugToolsTest, CoverageCountsLinesOfFilesAndWritesLcov)
                            "end\n"
                            "return M\n";
     Run("cov.start() local M = dofile('" + path + "') M.sign(5) M.sign(7) cov.stop()");
-    EXPECT_EQ(Eval("return debug.gethook()"), "nil");
+    EXPECT_EQ(Eval("return (debug.gethook())"), "nil");
     EXPECT_EQ(Eval("local lines = cov.getCoverage()['@" + path + "'] "
                    "return lines[3] .. ' ' .. lines[4] .. ' ' .. lines[6]"),
               "2 0 2");
@@ -82,8 +82,9 @@ TEST_F(DebugToolsTest, LoadAndCaptureReturnsOutputAndRestoresPrint)
     EXPECT_EQ(Run("local p = print return print == p, debugSupport.loadAndCapture("
                   "\"print('so far') error('stop', 0)\", '=chunk')"),
               (std::vector<std::string>{"true", "false", "so far\n", "stop"}));
-    EXPECT_EQ(Run("return debugSupport.loadAndCapture('return +', '=bad')"),
-              (std::vector<std::string>{"false", "", "bad:1: unexpected symbol near <eof>"}));
+    EXPECT_EQ(Run("local ok, out, message = debugSupport.loadAndCapture('return +', '=bad') "
+                  "return ok, out, message:sub(1, 6)"),
+              (std::vector<std::string>{"false", "", "bad:1:"}));
 }
 
 } // namespace
