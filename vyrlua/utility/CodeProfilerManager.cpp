@@ -19,6 +19,7 @@
 #include <map>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace vyrlua::utility {
@@ -41,11 +42,15 @@ struct Node {
     std::map<int, int> children;  // function -> node
 };
 
+struct LineStats;
+
 struct Frame {
     int function;
     int node;
     double start;
     double children = 0;
+    bool lua = false;               // a Lua function: its lines are its own
+    LineStats* callerLine = nullptr;  // the line that called it
 };
 
 constexpr size_t kMaxPathDepth = 200;
@@ -57,8 +62,16 @@ struct LineStats {
 
 struct ThreadState {
     std::vector<Frame> frames;
-    std::pair<std::string, int> lastLine;
-    double lastLineTime = -1;
+    LineStats* lastLine = nullptr;  // the line running now (map nodes stay put)
+    double lastLineTime = 0;
+
+    // The time since the last line event goes to the line running.
+    void FlushLine(double now)
+    {
+        if (lastLine)
+            lastLine->time += now - lastLineTime;
+        lastLineTime = now;
+    }
 };
 
 struct Profiler {
@@ -123,10 +136,17 @@ void OnCall(lua_State* L, const lua_Debug& ar, const void* cFunction, double now
         ThreadState& thread = p.threads[L];
         int function = FunctionIndex(ar, cFunction);
         int parent = thread.frames.empty() ? 0 : thread.frames.back().node;
+        // A Lua function's lines count their own time; a C function's time
+        // stays with the line that called it.
+        LineStats* callerLine = nullptr;
+        if (!cFunction) {
+            thread.FlushLine(now);
+            callerLine = std::exchange(thread.lastLine, nullptr);
+        }
         // Deeper calls (deep recursion) share their ancestor's path, so no
         // folded stack grows beyond kMaxPathDepth frames.
         if (thread.frames.size() >= kMaxPathDepth) {
-            thread.frames.push_back(Frame{function, parent, now});
+            thread.frames.push_back(Frame{function, parent, now, 0, !cFunction, callerLine});
             ++p.functions[static_cast<size_t>(function)].calls;
             ++p.functions[static_cast<size_t>(function)].active;
             return;
@@ -139,7 +159,7 @@ void OnCall(lua_State* L, const lua_Debug& ar, const void* cFunction, double now
             p.nodes.push_back(std::move(node));
         }
         int node = child->second;
-        thread.frames.push_back(Frame{function, node, now});
+        thread.frames.push_back(Frame{function, node, now, 0, !cFunction, callerLine});
         FunctionStats& stats = p.functions[static_cast<size_t>(function)];
         ++stats.calls;
         ++stats.active;
@@ -158,6 +178,10 @@ void OnReturn(lua_State* L, double now) noexcept
     std::vector<Frame>& frames = it->second.frames;
     Frame frame = frames.back();
     frames.pop_back();
+    if (frame.lua) {
+        it->second.FlushLine(now);
+        it->second.lastLine = frame.callerLine;
+    }
     double elapsed = now - frame.start;
     double self = elapsed - frame.children;
     FunctionStats& stats = p.functions[static_cast<size_t>(frame.function)];
@@ -174,11 +198,9 @@ void OnLine(lua_State* L, const char* source, int line, double now) noexcept
     try {
         Profiler& p = Data();
         ThreadState& thread = p.threads[L];
-        if (thread.lastLineTime >= 0)
-            p.lineStats[thread.lastLine].time += now - thread.lastLineTime;
-        thread.lastLine = {source, line};
-        thread.lastLineTime = now;
-        ++p.lineStats[thread.lastLine].count;
+        thread.FlushLine(now);
+        thread.lastLine = &p.lineStats[{source, line}];
+        ++thread.lastLine->count;
     } catch (...) {
         Data().running = false;
     }
@@ -362,8 +384,8 @@ int PushLineRows(lua_State* L)
 }
 
 // getLineReport(): one row per line run (when started with byLine), most
-// time first: {source, line, count, time}; a line's time includes the
-// calls made from it.
+// time first: {source, line, count, time}; a line's time includes the C
+// functions called from it, not the Lua functions (their lines have it).
 int GetLineReportBody(lua_State* L)
 {
     std::vector<LineRow> rows;
