@@ -1,11 +1,13 @@
 // Writes the settings of the directory given as argument 1 round after
 // round until it is killed. Round r gives every key a value of its own that
-// depends on r, so a reader can tell which round a file holds.
+// depends on r, so a reader can tell which round a file holds. A line on
+// standard output follows every save, so the killer can aim amid the writes.
 #include "exo/app/SettingsStore.h"
 
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <unistd.h>
 
 int main(int argc, char** argv)
 {
@@ -25,6 +27,8 @@ int main(int argc, char** argv)
         sub->SetBool("odd", std::fmod(round, 2) == 1);
         sub->SetNumber("inf", round > 0 ? HUGE_VAL : -HUGE_VAL);
         if (!store.Save())
+            return 1;
+        if (write(1, "s\n", 2) != 2)
             return 1;
     }
 }
