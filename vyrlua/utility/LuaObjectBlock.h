@@ -9,6 +9,7 @@
 
 #include "vyrcore/config.h"
 #include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaModules.h"
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -143,6 +144,17 @@ struct ObjectKind {
         return PushMadeObject<T>(L, Name, std::forward<Make>(make));
     }
 };
+
+// For modules that hand out objects of another module's kind: creates the
+// kind's metatable (as RegisterMetatable does) unless this state has it.
+inline void RegisterMetatableIfMissing(lua_State* L, const char* name, const luaL_Reg* methods)
+{
+    luaL_getmetatable(L, name);
+    bool present = lua_istable(L, -1);
+    lua_pop(L, 1);
+    if (!present)
+        RegisterMetatable(L, name, methods);
+}
 
 // Body wrapper for functions whose host calls refuse bad values with a
 // HostException: the refusal becomes a Lua error at the script's line, like

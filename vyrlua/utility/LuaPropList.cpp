@@ -247,37 +247,34 @@ int GetStringBody(lua_State* L)
                     [L](const std::string& s) { PushLString(L, s); return 1; });
 }
 
-int SetBoolBody(lua_State* L)
+// Typed writes: (key, value), the value of exactly that Lua type.
+template <int LuaType, typename Store>
+int TypedSet(lua_State* L, Store store)
 {
     Kind::Check(L, 1);
     std::string_view key = KeyArg(L, 2);
-    CheckType(L, 3, LUA_TBOOLEAN);
-    PropList* list = Kind::Check(L, 1);
-    if (list)
-        list->SetBool(key, lua_toboolean(L, 3) != 0);
+    CheckType(L, 3, LuaType);
+    if (PropList* list = Kind::Check(L, 1))
+        store(*list, key);
     return 0;
+}
+
+int SetBoolBody(lua_State* L)
+{
+    return TypedSet<LUA_TBOOLEAN>(
+        L, [L](PropList& l, std::string_view k) { l.SetBool(k, lua_toboolean(L, 3) != 0); });
 }
 
 int SetNumberBody(lua_State* L)
 {
-    Kind::Check(L, 1);
-    std::string_view key = KeyArg(L, 2);
-    CheckType(L, 3, LUA_TNUMBER);
-    PropList* list = Kind::Check(L, 1);
-    if (list)
-        list->SetNumber(key, lua_tonumber(L, 3));
-    return 0;
+    return TypedSet<LUA_TNUMBER>(
+        L, [L](PropList& l, std::string_view k) { l.SetNumber(k, lua_tonumber(L, 3)); });
 }
 
 int SetStringBody(lua_State* L)
 {
-    Kind::Check(L, 1);
-    std::string_view key = KeyArg(L, 2);
-    CheckType(L, 3, LUA_TSTRING);
-    PropList* list = Kind::Check(L, 1);
-    if (list)
-        list->SetString(key, CheckLString(L, 3));
-    return 0;
+    return TypedSet<LUA_TSTRING>(
+        L, [L](PropList& l, std::string_view k) { l.SetString(k, CheckLString(L, 3)); });
 }
 
 int GetValueBody(lua_State* L)
@@ -493,11 +490,7 @@ int OpenBody(lua_State* L)
 
 void RegisterPropListKind(lua_State* L)
 {
-    luaL_getmetatable(L, kPropListMetatable);
-    bool present = lua_istable(L, -1);
-    lua_pop(L, 1);
-    if (!present)
-        RegisterMetatable(L, kPropListMetatable, kMethods);
+    RegisterMetatableIfMissing(L, kPropListMetatable, kMethods);
 }
 
 int PushPropList(lua_State* L, const std::function<PropListPtr()>& make)

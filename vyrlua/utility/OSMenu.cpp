@@ -313,11 +313,7 @@ int OpenBody(lua_State* L)
 
 void RegisterOSMenuKind(lua_State* L)
 {
-    luaL_getmetatable(L, kOSMenuMetatable);
-    bool present = lua_istable(L, -1);
-    lua_pop(L, 1);
-    if (!present)
-        RegisterMetatable(L, kOSMenuMetatable, kMethods);
+    RegisterMetatableIfMissing(L, kOSMenuMetatable, kMethods);
 }
 
 int CreateOSMenuFromPlatformMenu(lua_State* L, const std::function<PlatformMenuPtr()>& make)

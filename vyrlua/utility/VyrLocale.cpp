@@ -61,37 +61,23 @@ int PushText(lua_State* L, const icu::UnicodeString& text, UErrorCode status)
     return 1;
 }
 
-int FormatNumberBody(lua_State* L)
+// (number [, decimals]) with exactly `decimals` fraction digits; a percent
+// formatter shows the number times 100 with a percent sign.
+template <bool percent>
+int FormatBody(lua_State* L)
 {
     Kind::Check(L, 1);
     lua_Number n = CheckNumber(L, 2);
-    int decimals = DecimalsArg(L, 3, 2);
+    int decimals = DecimalsArg(L, 3, percent ? 0 : 2);
     LocaleObject* object = Kind::Check(L, 1);
     if (!object)
         return 0;
+    auto format = icu::number::NumberFormatter::withLocale(object->locale)
+                      .precision(icu::number::Precision::fixedFraction(decimals));
+    if (percent)
+        format = format.unit(icu::NoUnit::percent()).scale(icu::number::Scale::powerOfTen(2));
     UErrorCode status = U_ZERO_ERROR;
-    auto text = icu::number::NumberFormatter::withLocale(object->locale)
-                    .precision(icu::number::Precision::fixedFraction(decimals))
-                    .formatDouble(n, status)
-                    .toString(status);
-    return PushText(L, text, status);
-}
-
-int FormatPercentBody(lua_State* L)
-{
-    Kind::Check(L, 1);
-    lua_Number n = CheckNumber(L, 2);
-    int decimals = DecimalsArg(L, 3, 0);
-    LocaleObject* object = Kind::Check(L, 1);
-    if (!object)
-        return 0;
-    UErrorCode status = U_ZERO_ERROR;
-    auto text = icu::number::NumberFormatter::withLocale(object->locale)
-                    .unit(icu::NoUnit::percent())
-                    .scale(icu::number::Scale::powerOfTen(2))
-                    .precision(icu::number::Precision::fixedFraction(decimals))
-                    .formatDouble(n, status)
-                    .toString(status);
+    auto text = format.formatDouble(n, status).toString(status);
     return PushText(L, text, status);
 }
 
@@ -263,8 +249,8 @@ const luaL_Reg kMethods[] = {
     {"__tostring", LuaBoundary<Kind::ToString>},
     {"Release", LuaBoundary<Kind::Release>},
     {"GetName", LuaBoundary<GetNameBody>},
-    {"FormatNumber", LuaBoundary<FormatNumberBody>},
-    {"FormatPercent", LuaBoundary<FormatPercentBody>},
+    {"FormatNumber", LuaBoundary<FormatBody<false>>},
+    {"FormatPercent", LuaBoundary<FormatBody<true>>},
     {"ParseNumber", LuaBoundary<ParseNumberBody>},
     {"ParsePercent", LuaBoundary<ParsePercentBody>},
     {"FormatDate", LuaBoundary<FormatDateBody<Parts::Date>>},

@@ -88,19 +88,43 @@ PrefType PrefTypeAt(lua_State* L, int index)
     }
 }
 
-int GetPrefBody(lua_State* L)
+struct PrefCall {
+    int line;
+    const char* function;
+    const char* typeError;
+};
+
+constexpr PrefCall kGetPref{120, "vyrlua::exo::lua_GetPref",
+                            "lua_GetPref(): default is missing or an unsupported type (app prefs)."};
+constexpr PrefCall kSetPref{
+    167, "vyrlua::exo::lua_SetPref",
+    "lua_SetPref(): value is missing or an unsupported type (debug database)."};
+
+// The arguments both preference calls share: (self, section, key, value),
+// the value's type deciding the preference's. Returns the application.
+App& PrefArgs(lua_State* L, const PrefCall& call, std::string_view& section,
+              std::string_view& key, PrefType& type)
 {
     if (!CheckApp(L))
-        vyrcore::config::DoSimpleAssert("LuaApp", 120, "vyrlua::exo::lua_GetPref");
-    std::string_view section = CheckLString(L, 2);
-    std::string_view key = CheckLString(L, 3);
-    PrefType type = PrefTypeAt(L, 4);
+        vyrcore::config::DoSimpleAssert("LuaApp", call.line, call.function);
+    section = CheckLString(L, 2);
+    key = CheckLString(L, 3);
+    type = PrefTypeAt(L, 4);
     if (type == PrefType::Other)
-        throw LuaError("lua_GetPref(): default is missing or an unsupported type (app prefs).");
+        throw LuaError(call.typeError);
+    // Converting a number argument to text may have run a collection.
     App* app = CheckApp(L);
     if (!app)
-        vyrcore::config::DoSimpleAssert("LuaApp", 120, "vyrlua::exo::lua_GetPref");
-    PropListPtr list = app->GetAppSettings()->GetSubList(section);
+        vyrcore::config::DoSimpleAssert("LuaApp", call.line, call.function);
+    return *app;
+}
+
+int GetPrefBody(lua_State* L)
+{
+    std::string_view section, key;
+    PrefType type;
+    App& app = PrefArgs(L, kGetPref, section, key, type);
+    PropListPtr list = app.GetAppSettings()->GetSubList(section);
     switch (type) {
     case PrefType::Bool:
         lua_pushboolean(L, list ? list->GetBool(key).value_or(lua_toboolean(L, 4) != 0)
@@ -125,18 +149,10 @@ int GetPrefBody(lua_State* L)
 
 int SetPrefBody(lua_State* L)
 {
-    if (!CheckApp(L))
-        vyrcore::config::DoSimpleAssert("LuaApp", 167, "vyrlua::exo::lua_SetPref");
-    std::string_view section = CheckLString(L, 2);
-    std::string_view key = CheckLString(L, 3);
-    PrefType type = PrefTypeAt(L, 4);
-    if (type == PrefType::Other)
-        throw LuaError(
-            "lua_SetPref(): value is missing or an unsupported type (debug database).");
-    App* app = CheckApp(L);
-    if (!app)
-        vyrcore::config::DoSimpleAssert("LuaApp", 167, "vyrlua::exo::lua_SetPref");
-    PropListPtr list = app->GetOrCreateSubList(section);
+    std::string_view section, key;
+    PrefType type;
+    App& app = PrefArgs(L, kSetPref, section, key, type);
+    PropListPtr list = app.GetOrCreateSubList(section);
     if (type == PrefType::Bool)
         list->SetBool(key, lua_toboolean(L, 4) != 0);
     else if (type == PrefType::Number)
