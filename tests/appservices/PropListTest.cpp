@@ -78,8 +78,9 @@ TEST_F(PropListTest, JSONRoundTripAndReleasedLists)
     EXPECT_EQ(Run("local q = PropList.New() q:Release() q:Release() "
                   "return q:GetNumber('x', 1), q:Has('x'), tostring(q)"),
               (std::vector<std::string>{"nil", "false", "PropList(released)"}));
+    // A userdata given the kind's metatable is still not a list.
     EXPECT_EQ(Error("local u = newproxy(true) debug.setmetatable(u, getmetatable(p)) u:Count()"),
-              "test:1: Bad user data");
+              "test:1: calling 'Count' on bad self (vyrlua.core.PropList expected, got userdata)");
 }
 
 } // namespace

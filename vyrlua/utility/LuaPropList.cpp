@@ -18,8 +18,12 @@ using vyrcore::proplist::PropListPtr;
 using vyrcore::proplist::PropType;
 using vyrcore::proplist::PropValue;
 
-constexpr char kWord[] = "PropList";
-using Kind = ObjectKind<PropList, kPropListMetatable, kWord>;
+struct PropListKind : HeldKind<PropList> {
+    static constexpr const char* kMetatable = kPropListMetatable;
+    static constexpr const char* kWord = "PropList";
+    static void MakeMetatable(lua_State* L);
+};
+using Kind = ObjectKind<PropListKind>;
 
 // ---- Lua values to property values -------------------------------------
 // Raw reads only (lua_next, lua_rawgeti): no metamethod runs and nothing
@@ -92,10 +96,11 @@ void ReadValue(lua_State* L, int index, int depth, PropValue& out)
     }
     case LUA_TTABLE: ReadTable(L, index, depth, out); return;
     case LUA_TUSERDATA:
-        if (PropList** block = TestObjectBlock<PropList>(L, index, kPropListMetatable)) {
-            if (*block == nullptr)
+        if (Kind::Is(L, index)) {
+            PropList* list = Kind::TestObject(L, index);
+            if (list == nullptr)
                 throw LuaError("PropList: the list was released");
-            out = PropListPtr(*block);
+            out = PropListPtr(list);
             return;
         }
         break;
@@ -144,8 +149,7 @@ void PushValue(lua_State* L, const PropValue& value)
         return;
     }
     case PropType::List: {
-        PropList* list = std::get<PropListPtr>(value).get();
-        PushObject<PropList>(L, kPropListMetatable, list);
+        Kind::PushObject(L, std::get<PropListPtr>(value).get());
         return;
     }
     case PropType::Array: PushArray(L, std::get<vyrcore::proplist::PropArrayPtr>(value).get()); return;
@@ -196,8 +200,7 @@ int FromJSONBody(lua_State* L)
     PropList* raw = list.detach();
     try {
         if (raw) {
-            PushMadeObject<PropList>(L, kPropListMetatable,
-                                     [&] { return PropListPtr(raw, false); });
+            Kind::PushMade(L, [&] { return PropListPtr(raw, false); });
             raw = nullptr;
         } else {
             lua_pushnil(L);
@@ -216,9 +219,9 @@ int FromJSONBody(lua_State* L)
 template <typename Read, typename Push>
 int TypedGet(lua_State* L, Read read, Push push)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (!list)
         return 0;
     auto value = read(*list, key);
@@ -251,10 +254,10 @@ int GetStringBody(lua_State* L)
 template <int LuaType, typename Store>
 int TypedSet(lua_State* L, Store store)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
     CheckType(L, 3, LuaType);
-    if (PropList* list = Kind::Check(L, 1))
+    if (PropList* list = Kind::CheckObject(L, 1))
         store(*list, key);
     return 0;
 }
@@ -279,9 +282,9 @@ int SetStringBody(lua_State* L)
 
 int GetValueBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (!list)
         return 0;
     const PropValue* found = list->Find(key);
@@ -295,10 +298,10 @@ int GetValueBody(lua_State* L)
 
 int SetValueBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
     PropValue value = ValueArg(L, 3);
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (list)
         list->SetValue(key, value);
     return 0;
@@ -306,9 +309,9 @@ int SetValueBody(lua_State* L)
 
 int GetTypeBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (!list)
         return 0;
     const PropValue* found = list->Find(key);
@@ -321,32 +324,32 @@ int GetTypeBody(lua_State* L)
 
 int HasBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     lua_pushboolean(L, list && list->Has(key));
     return 1;
 }
 
 int RemoveValueBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view key = KeyArg(L, 2);
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     lua_pushboolean(L, list && list->RemoveValue(key));
     return 1;
 }
 
 int ClearBody(lua_State* L)
 {
-    if (PropList* list = Kind::Check(L, 1))
+    if (PropList* list = Kind::CheckObject(L, 1))
         list->Clear();
     return 0;
 }
 
 int CountBody(lua_State* L)
 {
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (!list)
         return 0;
     lua_pushnumber(L, static_cast<lua_Number>(list->Count()));
@@ -355,41 +358,41 @@ int CountBody(lua_State* L)
 
 int GetSubListBody(lua_State* L)
 {
-    if (!Kind::Check(L, 1))
+    if (!Kind::CheckObject(L, 1))
         return 0;
     std::string_view key = KeyArg(L, 2);
     // The receiver is read again after the userdata is made: a collection
     // step may have run a finalizer that released it.
     return Kind::PushMade(L, [&]() -> PropListPtr {
-        PropList* list = Kind::Check(L, 1);
+        PropList* list = Kind::CheckObject(L, 1);
         return list ? list->GetSubList(key) : nullptr;
     });
 }
 
 int GetOrCreateSubListBody(lua_State* L)
 {
-    if (!Kind::Check(L, 1))
+    if (!Kind::CheckObject(L, 1))
         return 0;
     std::string_view key = KeyArg(L, 2);
     return Kind::PushMade(L, [&]() -> PropListPtr {
-        PropList* list = Kind::Check(L, 1);
+        PropList* list = Kind::CheckObject(L, 1);
         return list ? list->GetOrCreateSubList(key) : nullptr;
     });
 }
 
 int CloneBody(lua_State* L)
 {
-    if (!Kind::Check(L, 1))
+    if (!Kind::CheckObject(L, 1))
         return 0;
     return Kind::PushMade(L, [&]() -> PropListPtr {
-        PropList* list = Kind::Check(L, 1);
+        PropList* list = Kind::CheckObject(L, 1);
         return list ? list->Clone() : nullptr;
     });
 }
 
 int KeysBody(lua_State* L)
 {
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (!list)
         return 0;
     auto array = std::make_shared<PropArray>();
@@ -411,13 +414,13 @@ int PairsStepBody(lua_State* L)
         lua_rawgeti(L, lua_upvalueindex(2), static_cast<int>(position));
         if (lua_isnil(L, -1))
             return 1;
-        PropList** block = TestObjectBlock<PropList>(L, lua_upvalueindex(1), kPropListMetatable);
-        if (!block || !*block)
+        PropList* list = Kind::TestObject(L, lua_upvalueindex(1));
+        if (!list)
             return 0;
         size_t length = 0;
         const char* key = lua_tolstring(L, -1, &length);
         // Keys removed since Pairs was called are skipped.
-        if (const PropValue* found = (*block)->Find(std::string_view(key, length))) {
+        if (const PropValue* found = list->Find(std::string_view(key, length))) {
             PropValue copy = *found;
             PushValueSafely(L, copy);
             return 2;
@@ -428,7 +431,7 @@ int PairsStepBody(lua_State* L)
 
 int PairsBody(lua_State* L)
 {
-    if (!Kind::Check(L, 1))
+    if (!Kind::CheckObject(L, 1))
         return 0;
     lua_settop(L, 1);
     KeysBody(L);
@@ -439,7 +442,7 @@ int PairsBody(lua_State* L)
 
 int ToJSONBody(lua_State* L)
 {
-    PropList* list = Kind::Check(L, 1);
+    PropList* list = Kind::CheckObject(L, 1);
     if (!list)
         return 0;
     std::string text = vyrcore::proplist::ToJSON(*list);
@@ -448,9 +451,6 @@ int ToJSONBody(lua_State* L)
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", LuaBoundary<Kind::Gc>},
-    {"__tostring", LuaBoundary<Kind::ToString>},
-    {"Release", LuaBoundary<Kind::Release>},
     {"GetBool", LuaBoundary<GetBoolBody>},
     {"GetNumber", LuaBoundary<GetNumberBody>},
     {"GetString", LuaBoundary<GetStringBody>},
@@ -481,17 +481,17 @@ const luaL_Reg kFunctions[] = {
 
 int OpenBody(lua_State* L)
 {
-    RegisterMetatable(L, kPropListMetatable, kMethods);
+    PropListKind::MakeMetatable(L);
     luaL_register(L, "PropList", kFunctions);
     return 1;
 }
 
-} // namespace
-
-void RegisterPropListKind(lua_State* L)
+void PropListKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatableIfMissing(L, kPropListMetatable, kMethods);
+    Kind::RegisterMetatable(L, kMethods);
 }
+
+} // namespace
 
 int PushPropList(lua_State* L, const std::function<PropListPtr()>& make)
 {

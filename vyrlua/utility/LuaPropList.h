@@ -13,8 +13,6 @@ namespace vyrlua::utility {
 
 inline constexpr char kPropListMetatable[] = "vyrlua.core.PropList";
 
-// Creates the kind's metatable in this state if it is missing.
-void RegisterPropListKind(lua_State* L);
 // Pushes a property-list object for what `make` returns (made after the
 // userdata, so a failing allocation strands nothing), or nil for null.
 int PushPropList(lua_State* L, const std::function<vyrcore::proplist::PropListPtr()>& make);

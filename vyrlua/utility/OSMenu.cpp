@@ -16,8 +16,12 @@ using exo::app::MenuItem;
 using exo::app::PlatformMenu;
 using exo::app::PlatformMenuPtr;
 
-constexpr char kWord[] = "OSMenu";
-using Kind = ObjectKind<PlatformMenu, kOSMenuMetatable, kWord>;
+struct OSMenuKind : HeldKind<PlatformMenu> {
+    static constexpr const char* kMetatable = kOSMenuMetatable;
+    static constexpr const char* kWord = "OSMenu";
+    static void MakeMetatable(lua_State* L);
+};
+using Kind = ObjectKind<OSMenuKind>;
 
 // A 1-based item position of `menu`: 1..count, or 1..count + 1 where an
 // insertion may append.
@@ -46,7 +50,7 @@ int NewBody(lua_State* L)
 
 int GetTitleBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     std::string title = menu->Title();
@@ -56,16 +60,16 @@ int GetTitleBody(lua_State* L)
 
 int SetTitleBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view title = CheckLString(L, 2);
-    if (PlatformMenu* menu = Kind::Check(L, 1))
+    if (PlatformMenu* menu = Kind::CheckObject(L, 1))
         menu->SetTitle(std::string(title));
     return 0;
 }
 
 int GetItemCountBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     lua_pushinteger(L, static_cast<lua_Integer>(menu->ItemCount()));
@@ -76,13 +80,13 @@ int GetItemCountBody(lua_State* L)
 // no position. The shortcut becomes the command's key mapping.
 int AddItem(lua_State* L, bool insert)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     int first = insert ? 3 : 2;
     std::string_view title = CheckLString(L, first);
     int command = CheckInt(L, first + 1);
     std::string_view shortcut = OptLString(L, first + 2, "");
     bool withShortcut = !lua_isnoneornil(L, first + 2);
-    menu = Kind::Check(L, 1);
+    menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     size_t position = insert ? PositionArg(L, 2, menu->ItemCount(), true) : menu->ItemCount();
@@ -110,7 +114,7 @@ int InsertItemBody(lua_State* L)
 
 int AppendSeparatorBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     MenuItem item;
@@ -124,15 +128,15 @@ int AppendSeparatorBody(lua_State* L)
 // returns it.
 int AppendSubmenuBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view title = CheckLString(L, 2);
-    if (!lua_isnoneornil(L, 3) && !Kind::Check(L, 3))
+    if (!lua_isnoneornil(L, 3) && !Kind::CheckObject(L, 3))
         throw LuaError("OSMenu: the submenu was released");
-    if (!Kind::Check(L, 1))
+    if (!Kind::CheckObject(L, 1))
         return 0;
     return Kind::PushMade(L, [&]() -> PlatformMenuPtr {
-        PlatformMenu* menu = Kind::Check(L, 1);
-        PlatformMenu* given = lua_isnoneornil(L, 3) ? nullptr : Kind::Check(L, 3);
+        PlatformMenu* menu = Kind::CheckObject(L, 1);
+        PlatformMenu* given = lua_isnoneornil(L, 3) ? nullptr : Kind::CheckObject(L, 3);
         if (!menu)
             return nullptr;
         PlatformMenuPtr submenu = given ? PlatformMenuPtr(given)
@@ -147,9 +151,9 @@ int AppendSubmenuBody(lua_State* L)
 
 int RemoveItemBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     lua_Integer position = CheckInteger(L, 2);
-    menu = Kind::Check(L, 1);
+    menu = Kind::CheckObject(L, 1);
     lua_pushboolean(L, menu && position >= 1 &&
                            menu->RemoveItem(static_cast<size_t>(position - 1)));
     return 1;
@@ -179,7 +183,7 @@ int PushItemTable(lua_State* L)
     lua_pushlstring(L, view->shortcut.data(), view->shortcut.size());
     lua_setfield(L, -2, "shortcut");
     if (view->item.submenu) {
-        PushObject<PlatformMenu>(L, kOSMenuMetatable, view->item.submenu.get());
+        Kind::PushObject(L, view->item.submenu.get());
         lua_setfield(L, -2, "submenu");
     }
     return 1;
@@ -187,11 +191,11 @@ int PushItemTable(lua_State* L)
 
 int GetItemBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
-    size_t position = PositionArg(L, 2, Kind::Check(L, 1)->ItemCount(), false);
-    menu = Kind::Check(L, 1);
+    size_t position = PositionArg(L, 2, Kind::CheckObject(L, 1)->ItemCount(), false);
+    menu = Kind::CheckObject(L, 1);
     ItemView view{*menu->GetItem(position), {}};
     if (App* app = App::GetApp())
         view.shortcut = menu->ShortcutText(*app, position);
@@ -204,12 +208,12 @@ int GetItemBody(lua_State* L)
 template <typename Apply>
 int ChangeItem(lua_State* L, int valueType, Apply apply)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     size_t position = PositionArg(L, 2, menu->ItemCount(), false);
     CheckType(L, 3, valueType);
-    menu = Kind::Check(L, 1);
+    menu = Kind::CheckObject(L, 1);
     if (MenuItem* item = menu ? menu->GetItem(position) : nullptr)
         apply(*item);
     return 0;
@@ -233,9 +237,9 @@ int SetItemTitleBody(lua_State* L)
 
 int FindItemByCommandBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     int command = CheckInt(L, 2);
-    menu = Kind::Check(L, 1);
+    menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     for (size_t i = 0; i < menu->ItemCount(); ++i) {
@@ -254,7 +258,7 @@ int FindItemByCommandBody(lua_State* L)
 // code, so the menu is held for the call.
 int UpdateBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     PlatformMenuPtr held(menu);
@@ -266,19 +270,16 @@ int UpdateBody(lua_State* L)
 // command was posted.
 int ChooseBody(lua_State* L)
 {
-    PlatformMenu* menu = Kind::Check(L, 1);
+    PlatformMenu* menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
     size_t position = PositionArg(L, 2, menu->ItemCount(), false);
-    menu = Kind::Check(L, 1);
+    menu = Kind::CheckObject(L, 1);
     lua_pushboolean(L, menu && menu->Choose(RequireApp(), position));
     return 1;
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", LuaBoundary<Kind::Gc>},
-    {"__tostring", LuaBoundary<Kind::ToString>},
-    {"Release", LuaBoundary<Kind::Release>},
     {"GetTitle", LuaBoundary<GetTitleBody>},
     {"SetTitle", LuaBoundary<SetTitleBody>},
     {"GetItemCount", LuaBoundary<GetItemCountBody>},
@@ -304,17 +305,17 @@ const luaL_Reg kFunctions[] = {
 
 int OpenBody(lua_State* L)
 {
-    RegisterMetatable(L, kOSMenuMetatable, kMethods);
+    OSMenuKind::MakeMetatable(L);
     luaL_register(L, "OSMenu", kFunctions);
     return 1;
 }
 
-} // namespace
-
-void RegisterOSMenuKind(lua_State* L)
+void OSMenuKind::MakeMetatable(lua_State* L)
 {
-    RegisterMetatableIfMissing(L, kOSMenuMetatable, kMethods);
+    Kind::RegisterMetatable(L, kMethods);
 }
+
+} // namespace
 
 int CreateOSMenuFromPlatformMenu(lua_State* L, const std::function<PlatformMenuPtr()>& make)
 {

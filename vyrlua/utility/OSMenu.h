@@ -13,8 +13,6 @@ namespace vyrlua::utility {
 
 inline constexpr char kOSMenuMetatable[] = "vyrlua.OSMenu";
 
-// Creates the kind's metatable in this state if it is missing.
-void RegisterOSMenuKind(lua_State* L);
 // Pushes an OS menu object for the platform menu `make` returns (made after
 // the userdata, so a failing allocation strands nothing), or nil for null.
 int CreateOSMenuFromPlatformMenu(lua_State* L,

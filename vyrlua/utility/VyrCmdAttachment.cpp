@@ -19,8 +19,6 @@ namespace {
 using exo::app::App;
 using exo::app::CommandID;
 
-constexpr char kMetatable[] = "vyrlua.vyrCmdAttachment";
-constexpr char kWord[] = "vyrCmdAttachment";
 
 // Slots of the handler table.
 enum Slot { kExecute = 1, kIsEnabled = 2, kIsChecked = 3 };
@@ -123,7 +121,12 @@ private:
     std::shared_ptr<Handler> mHandler;
 };
 
-using Kind = ObjectKind<Attachment, kMetatable, kWord>;
+struct AttachmentKind : HeldKind<Attachment> {
+    static constexpr const char* kMetatable = "vyrlua.vyrCmdAttachment";
+    static constexpr const char* kWord = "vyrCmdAttachment";
+    static void MakeMetatable(lua_State* L);
+};
+using Kind = ObjectKind<AttachmentKind>;
 
 // New(commandID, execute [, isEnabled [, isChecked]]): each function gets
 // the command ID. isEnabled's truth enables the command (no function:
@@ -136,7 +139,7 @@ int NewBody(lua_State* L)
         if (!lua_isnoneornil(L, narg))
             CheckType(L, narg, LUA_TFUNCTION);
     lua_settop(L, 4);
-    Attachment** block = NewObjectBlock<Attachment>(L, kMetatable);
+    auto* held = Kind::Push(L);
     lua_createtable(L, 3, 0);
     for (int slot = kExecute; slot <= kIsChecked; ++slot) {
         lua_pushvalue(L, slot + 1);
@@ -144,15 +147,13 @@ int NewBody(lua_State* L)
     }
     // The last call into Lua: only now does anything with a destructor live.
     LuaTableReference::Ptr functions = LuaTableReference::Create(L);
-    auto* attachment = new Attachment(id, std::move(functions));
-    attachment->AddUseCount();
-    *block = attachment;
+    held->object = new Attachment(id, std::move(functions));
     return 1;
 }
 
 int GetCommandIDBody(lua_State* L)
 {
-    Attachment* attachment = Kind::Check(L, 1);
+    Attachment* attachment = Kind::CheckObject(L, 1);
     if (!attachment)
         return 0;
     lua_pushinteger(L, attachment->ID());
@@ -161,22 +162,19 @@ int GetCommandIDBody(lua_State* L)
 
 int IsAttachedBody(lua_State* L)
 {
-    Attachment* attachment = Kind::Check(L, 1);
+    Attachment* attachment = Kind::CheckObject(L, 1);
     lua_pushboolean(L, attachment && attachment->IsAttached());
     return 1;
 }
 
 int DetachBody(lua_State* L)
 {
-    if (Attachment* attachment = Kind::Check(L, 1))
+    if (Attachment* attachment = Kind::CheckObject(L, 1))
         attachment->Detach();
     return 0;
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", LuaBoundary<Kind::Gc>},
-    {"__tostring", LuaBoundary<Kind::ToString>},
-    {"Release", LuaBoundary<Kind::Release>},
     {"GetCommandID", LuaBoundary<GetCommandIDBody>},
     {"IsAttached", LuaBoundary<IsAttachedBody>},
     {"Detach", LuaBoundary<DetachBody>},
@@ -190,9 +188,14 @@ const luaL_Reg kFunctions[] = {
 
 int OpenBody(lua_State* L)
 {
-    RegisterMetatable(L, kMetatable, kMethods);
+    AttachmentKind::MakeMetatable(L);
     luaL_register(L, "vyrCmdAttachment", kFunctions);
     return 1;
+}
+
+void AttachmentKind::MakeMetatable(lua_State* L)
+{
+    Kind::RegisterMetatable(L, kMethods);
 }
 
 } // namespace

@@ -21,8 +21,12 @@ struct LocaleObject : vyrcore::utility::RefCountedObject {
     icu::Locale locale;
 };
 
-constexpr char kWord[] = "vyrLocale";
-using Kind = ObjectKind<LocaleObject, kLocaleMetatable, kWord>;
+struct LocaleKind : HeldKind<LocaleObject> {
+    static constexpr const char* kMetatable = kLocaleMetatable;
+    static constexpr const char* kWord = "vyrLocale";
+    static void MakeMetatable(lua_State* L);
+};
+using Kind = ObjectKind<LocaleKind>;
 
 std::string ToUTF8(const icu::UnicodeString& text)
 {
@@ -66,10 +70,10 @@ int PushText(lua_State* L, const icu::UnicodeString& text, UErrorCode status)
 template <bool percent>
 int FormatBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     lua_Number n = CheckNumber(L, 2);
     int decimals = DecimalsArg(L, 3, percent ? 0 : 2);
-    LocaleObject* object = Kind::Check(L, 1);
+    LocaleObject* object = Kind::CheckObject(L, 1);
     if (!object)
         return 0;
     auto format = icu::number::NumberFormatter::withLocale(object->locale)
@@ -84,9 +88,9 @@ int FormatBody(lua_State* L)
 // The number the whole text reads as, or nil.
 int ParseWith(lua_State* L, icu::NumberFormat* (*make)(const icu::Locale&, UErrorCode&))
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view text = CheckLString(L, 2);
-    LocaleObject* object = Kind::Check(L, 1);
+    LocaleObject* object = Kind::CheckObject(L, 1);
     if (!object)
         return 0;
     UErrorCode status = U_ZERO_ERROR;
@@ -168,7 +172,7 @@ std::unique_ptr<icu::DateFormat> MakeDateFormat(Parts parts, icu::DateFormat::ES
 template <Parts parts>
 int FormatDateBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     lua_Number seconds = CheckNumber(L, 2);
     if (!std::isfinite(seconds) || std::fabs(seconds) > 1e14)
         ThrowArgError(2, "time out of range");
@@ -176,7 +180,7 @@ int FormatDateBody(lua_State* L)
     std::string text;
     {
         std::unique_ptr<icu::TimeZone> zone = ZoneArg(L, 4);
-        LocaleObject* object = Kind::Check(L, 1);
+        LocaleObject* object = Kind::CheckObject(L, 1);
         if (!object)
             return 0;
         std::unique_ptr<icu::DateFormat> format = MakeDateFormat(parts, style, object->locale);
@@ -194,11 +198,11 @@ int FormatDateBody(lua_State* L)
 // (text [, style [, time zone]]) -> seconds since 1970, or nil.
 int ParseDateBody(lua_State* L)
 {
-    Kind::Check(L, 1);
+    Kind::CheckObject(L, 1);
     std::string_view text = CheckLString(L, 2);
     icu::DateFormat::EStyle style = StyleArg(L, 3);
     std::unique_ptr<icu::TimeZone> zone = ZoneArg(L, 4);
-    LocaleObject* object = Kind::Check(L, 1);
+    LocaleObject* object = Kind::CheckObject(L, 1);
     if (!object)
         return 0;
     std::unique_ptr<icu::DateFormat> format = MakeDateFormat(Parts::Date, style, object->locale);
@@ -219,7 +223,7 @@ int ParseDateBody(lua_State* L)
 
 int GetNameBody(lua_State* L)
 {
-    LocaleObject* object = Kind::Check(L, 1);
+    LocaleObject* object = Kind::CheckObject(L, 1);
     if (!object)
         return 0;
     std::string name = object->locale.getName();
@@ -245,9 +249,6 @@ int GetCurrentBody(lua_State* L)
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", LuaBoundary<Kind::Gc>},
-    {"__tostring", LuaBoundary<Kind::ToString>},
-    {"Release", LuaBoundary<Kind::Release>},
     {"GetName", LuaBoundary<GetNameBody>},
     {"FormatNumber", LuaBoundary<FormatBody<false>>},
     {"FormatPercent", LuaBoundary<FormatBody<true>>},
@@ -268,7 +269,7 @@ const luaL_Reg kFunctions[] = {
 
 int OpenBody(lua_State* L)
 {
-    RegisterMetatable(L, kLocaleMetatable, kMethods);
+    LocaleKind::MakeMetatable(L);
     luaL_register(L, "vyrLocale", kFunctions);
     SetIntegerField(L, "kDateStyle_Short", kShort);
     SetIntegerField(L, "kDateStyle_Medium", kMedium);
@@ -276,6 +277,11 @@ int OpenBody(lua_State* L)
     SetIntegerField(L, "kDateStyle_Full", kFull);
     SetIntegerField(L, "kDateStyle_Default", kMedium);
     return 1;
+}
+
+void LocaleKind::MakeMetatable(lua_State* L)
+{
+    Kind::RegisterMetatable(L, kMethods);
 }
 
 } // namespace
@@ -286,7 +292,7 @@ icu::Locale LocaleArg(lua_State* L, int narg)
         return icu::Locale::getDefault();
     if (lua_type(L, narg) == LUA_TSTRING)
         return NamedLocale(CheckLString(L, narg), narg);
-    LocaleObject* object = CheckObject<LocaleObject>(L, narg, kLocaleMetatable);
+    LocaleObject* object = Kind::CheckObject(L, narg);
     if (!object)
         throw LuaError("vyrLocale: the locale was released");
     return object->locale;

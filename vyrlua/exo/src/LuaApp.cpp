@@ -33,23 +33,29 @@ constexpr const char* kAppDeactivated = "appDeactivated";
 
 // ---- the application handle ---------------------------------------------
 
+// The handle: an object one pointer wide, as every library object is, whose
+// payload holds the App (not owned: the application outlives the state).
+struct AppHandle {
+    App* app = nullptr;
+};
+
+struct AppKind {
+    using Payload = AppHandle;
+    static constexpr const char* kMetatable = kAppMetatable;
+    static constexpr const char* kWord = "eXoApp";
+    static void MakeMetatable(lua_State* L);
+    static const void* Identity(AppHandle& handle) { return handle.app; }
+    static void Release(AppHandle&) {}
+};
+using AppObject = utility::LuaKind<AppKind>;
+
 // The handle's App, or null. A handle kept from an application that has
 // since ended holds a pointer to nothing: only the live one is used.
 App* CheckApp(lua_State* L)
 {
-    void* block = utility::CheckUData(L, 1, kAppMetatable);
-    if (!utility::IsObjectBlockOf(block, kAppMetatable))
-        throw LuaError("Bad user data");
-    App* app = *static_cast<App**>(block);
+    AppHandle* handle = AppObject::Check(L, 1);
+    App* app = handle ? handle->app : nullptr;
     return app != nullptr && app == App::GetApp() ? app : nullptr;
-}
-
-int CollectHandleBody(lua_State* L)
-{
-    if (void* block = utility::TestUData(L, 1, kAppMetatable);
-        block && utility::IsObjectBlockOf(block, kAppMetatable))
-        utility::UnregisterObjectBlock(block);
-    return 0;
 }
 
 int ToStringBody(lua_State* L)
@@ -345,15 +351,19 @@ public:
 };
 
 AppCallbacks* AppCallbacks::gCallbacks = nullptr;
-constexpr char kCallbacksHolder[] = "vyrlua.exo.App callbacks";
 char gCallbacksKey;
 
+// The holder's __gc. Scripts can reach the holder (debug.getregistry), so
+// only the block the registry keeps is taken, and only once.
 int CollectCallbacksBody(lua_State* L)
 {
     void* block = lua_touserdata(L, 1);
-    if (block == nullptr || !utility::IsObjectBlockOf(block, kCallbacksHolder))
+    lua_pushlightuserdata(L, &gCallbacksKey);
+    lua_rawget(L, LUA_REGISTRYINDEX);
+    bool ours = block != nullptr && lua_touserdata(L, -1) == block;
+    lua_pop(L, 1);
+    if (!ours)
         return 0;
-    utility::UnregisterObjectBlock(block);
     if (auto* callbacks = *static_cast<AppCallbacks**>(block)) {
         if (callbacks == AppCallbacks::gCallbacks)
             AppCallbacks::gCallbacks = nullptr;
@@ -374,7 +384,6 @@ void InstallCallbacks(lua_State* L)
     lua_pushcfunction(L, LuaBoundary<CollectCallbacksBody>);
     lua_setfield(L, -2, "__gc");
     lua_setmetatable(L, -2);
-    utility::RegisterObjectBlock(block, kCallbacksHolder);
     lua_rawset(L, LUA_REGISTRYINDEX);
     delete AppCallbacks::gCallbacks;
     AppCallbacks::gCallbacks = nullptr;
@@ -445,7 +454,6 @@ int IsBetaPrimeBody(lua_State* L)
 }
 
 const luaL_Reg kMethods[] = {
-    {"__gc", LuaBoundary<CollectHandleBody>},
     {"__tostring", LuaBoundary<ToStringBody>},
     {"GetAppSettings", LuaBoundary<GetAppSettingsBody>},
     {"GetPref", LuaBoundary<utility::HostRefusals<GetPrefBody>>},
@@ -473,14 +481,8 @@ const luaL_Reg kFunctions[] = {
 
 int OpenBody(lua_State* L)
 {
-    utility::RegisterPropListKind(L);
-    utility::RegisterOSMenuKind(L);
     InstallCallbacks(L);
-    luaL_newmetatable(L, kAppMetatable);
-    lua_pushvalue(L, -1);
-    lua_setfield(L, -2, "__index");
-    luaL_register(L, nullptr, kMethods);
-    lua_pop(L, 1);
+    AppKind::MakeMetatable(L);
     luaL_register(L, "App", kFunctions);
     lua_pushstring(L, kAppActivated);
     lua_setfield(L, -2, kAppActivated);
@@ -489,15 +491,18 @@ int OpenBody(lua_State* L)
     return 1;
 }
 
+// luaL_newmetatable("vyrlua.exo.App"), its own __index, the methods; its
+// __tostring is the handle's own ("eXoApp(<userdata address>)").
+void AppKind::MakeMetatable(lua_State* L)
+{
+    AppObject::RegisterMetatable(L, kMethods, AppObject::kCollected);
+}
+
 } // namespace
 
 int PushAppToLua(lua_State* L, App* app)
 {
-    auto** block = static_cast<App**>(lua_newuserdata(L, sizeof(App*)));
-    *block = app;
-    luaL_getmetatable(L, kAppMetatable);
-    lua_setmetatable(L, -2);
-    utility::RegisterObjectBlock(block, kAppMetatable);
+    AppObject::Push(L)->app = app;
     return 1;
 }
 
