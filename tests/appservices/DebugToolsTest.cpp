@@ -38,6 +38,13 @@ TEST_F(DebugToolsTest, ProfilerCountsCallsAndNestsStacksAndLeavesNoHook)
                    "if line:match('^outer %(test:2%);fib %(test:1%);fib') then nested = nested + 1 end end "
                    "return bad .. ' ' .. tostring(nested > 0)"),
               "0 true");
+    // The tree: outer's path holds fib's, and times add up.
+    EXPECT_EQ(Eval("local function find(n, name) for _, c in ipairs(n.children) do "
+                   "if c.name == name then return c end end end "
+                   "local outer = find(P.getCallTree(), 'outer') local fib = find(outer, 'fib') "
+                   "return outer.calls .. ' ' .. fib.calls .. ' ' .. "
+                   "tostring(math.abs(outer.totalTime - outer.selfTime - fib.totalTime) < 1e-9)"),
+              "2 2 true");
     EXPECT_EQ(Eval("for _, r in ipairs(P.getLineReport()) do if r.source == 'test' and r.line == 1 "
                    "then return r.count > 0 end end"),
               "true");

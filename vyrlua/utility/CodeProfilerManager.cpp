@@ -15,7 +15,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -39,6 +38,7 @@ struct FunctionStats {
 struct Node {
     int function = -1;  // -1: the root
     double self = 0;
+    long long calls = 0;
     std::map<int, int> children;  // function -> node
 };
 
@@ -159,6 +159,7 @@ void OnCall(lua_State* L, const lua_Debug& ar, const void* cFunction, double now
             p.nodes.push_back(std::move(node));
         }
         int node = child->second;
+        ++p.nodes[static_cast<size_t>(node)].calls;
         thread.frames.push_back(Frame{function, node, now, 0, !cFunction, callerLine});
         FunctionStats& stats = p.functions[static_cast<size_t>(function)];
         ++stats.calls;
@@ -438,25 +439,52 @@ int GetFoldedStacksBody(lua_State* L)
     return 1;
 }
 
-// writeFoldedStacks(path): true, or nil and a message.
-int WriteFoldedStacksBody(lua_State* L)
+// The call tree as nested tables, built from a copy of the profiler's
+// nodes and functions (see GetCallTreeBody).
+struct TreeCopy {
+    std::vector<Node> nodes;
+    std::vector<FunctionStats> functions;
+};
+
+double PushTreeNode(lua_State* L, const TreeCopy& tree, int index)
 {
-    std::string path(CheckLString(L, 1));
-    std::string message;
-    {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << FoldedStacks();
-        out.close();
-        if (!out)
-            message = "cannot write " + path;
+    luaL_checkstack(L, 4, "CodeProfilerManager: the call tree is too deep");
+    const Node& node = tree.nodes[static_cast<size_t>(index)];
+    lua_createtable(L, 0, 7);
+    if (node.function >= 0) {
+        const FunctionStats& f = tree.functions[static_cast<size_t>(node.function)];
+        SetString(L, "name", f.name);
+        SetString(L, "source", f.source);
+        SetNumber(L, "line", f.line);
     }
-    if (message.empty()) {
-        lua_pushboolean(L, true);
-        return 1;
+    SetNumber(L, "calls", static_cast<double>(node.calls));
+    SetNumber(L, "selfTime", node.self);
+    lua_createtable(L, static_cast<int>(node.children.size()), 0);
+    double total = node.self;
+    int position = 0;
+    for (const auto& [function, child] : node.children) {
+        total += PushTreeNode(L, tree, child);
+        lua_rawseti(L, -2, ++position);
     }
-    lua_pushnil(L);
-    PushLString(L, message);
-    return 2;
+    lua_setfield(L, -2, "children");
+    SetNumber(L, "totalTime", total);
+    return total;
+}
+
+int PushCallTree(lua_State* L)
+{
+    PushTreeNode(L, *static_cast<const TreeCopy*>(lua_touserdata(L, 1)), 0);
+    return 1;
+}
+
+// getCallTree(): the root {calls = 0, selfTime = 0, totalTime, children},
+// each child {name, source, line, calls, selfTime, totalTime, children}
+// for one path of calls.
+int GetCallTreeBody(lua_State* L)
+{
+    TreeCopy tree{Data().nodes, Data().functions};
+    PushFromProtectedCall(L, PushCallTree, &tree);
+    return 1;
 }
 
 // getSummary([limit]): the report as text, the `limit` (default 20)
@@ -484,7 +512,7 @@ const luaL_Reg kFunctions[] = {
     {"getReport", LuaBoundary<GetReportBody>},
     {"getLineReport", LuaBoundary<GetLineReportBody>},
     {"getFoldedStacks", LuaBoundary<GetFoldedStacksBody>},
-    {"writeFoldedStacks", LuaBoundary<WriteFoldedStacksBody>},
+    {"getCallTree", LuaBoundary<GetCallTreeBody>},
     {"getSummary", LuaBoundary<GetSummaryBody>},
     {nullptr, nullptr},
 };
