@@ -214,3 +214,17 @@ TEST_F(AppTest, AttachedLuaHandlersRunEnableAndCheckTheirCommands)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(AppTest, CallbacksAddedInACoroutineRunOnTheMainThread)
+{
+    Run("heard = '' co = coroutine.create(function() "
+        "App.AddAppActivationCallback(function(e) heard = heard .. e end) "
+        "coroutine.yield() end) coroutine.resume(co)");
+    // The coroutine is suspended: the callback must not run on it.
+    Host().SetApplicationActive(false);
+    EXPECT_EQ(Eval("return heard .. ' ' .. coroutine.status(co)"), "appDeactivated suspended");
+}
+
+} // namespace

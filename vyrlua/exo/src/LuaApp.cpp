@@ -250,7 +250,11 @@ int ReserveCmdRangeBody(lua_State* L)
 // listeners.
 class AppCallbacks {
 public:
-    AppCallbacks(lua_State* L, AppCallbacks** block) : mL(L), mBlock(block), mApp(App::GetApp())
+    // `L` is the state's main thread (callbacks are never run on a
+    // coroutine, which may be suspended or gone).
+    AppCallbacks(lua_State* L, AppCallbacks** block)
+        : mL(L), mRegistry(lua_topointer(L, LUA_REGISTRYINDEX)), mBlock(block),
+          mApp(App::GetApp())
     {
         if (mApp)
             mActivationListener = mApp->AddActivationListener(
@@ -276,7 +280,8 @@ public:
     AppCallbacks& operator=(const AppCallbacks&) = delete;
 
     void SetClosing() { mClosing = true; }
-    lua_State* State() const { return mL; }
+    // Whether `L` is a thread of the state these callbacks belong to.
+    bool SameState(lua_State* L) const { return lua_topointer(L, LUA_REGISTRYINDEX) == mRegistry; }
 
     lua_Integer AddActivation(int ref)
     {
@@ -337,6 +342,7 @@ private:
     }
 
     lua_State* mL;
+    const void* mRegistry;  // the state's registry table, shared by its threads
     AppCallbacks** mBlock;
     App* mApp;
     int mActivationListener = 0;
@@ -387,14 +393,22 @@ void InstallCallbacks(lua_State* L)
     lua_rawset(L, LUA_REGISTRYINDEX);
     delete AppCallbacks::gCallbacks;
     AppCallbacks::gCallbacks = nullptr;
-    *block = new AppCallbacks(L, block);
+    // The main thread: the opener may run in a coroutine.
+    lua_State* main = L;
+    if (!lua_pushthread(L)) {
+        lua_State* host = KzKernel_CurrentLuaState();
+        if (host && lua_topointer(host, LUA_REGISTRYINDEX) == lua_topointer(L, LUA_REGISTRYINDEX))
+            main = host;
+    }
+    lua_pop(L, 1);
+    *block = new AppCallbacks(main, block);
     AppCallbacks::gCallbacks = *block;
 }
 
 AppCallbacks& Callbacks(lua_State* L)
 {
     AppCallbacks* callbacks = AppCallbacks::gCallbacks;
-    if (!callbacks || callbacks->State() != L)
+    if (!callbacks || !callbacks->SameState(L))
         throw LuaError("App: callbacks go to the state that opened the module last");
     return *callbacks;
 }
