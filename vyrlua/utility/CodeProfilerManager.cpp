@@ -112,8 +112,14 @@ int FunctionIndex(const lua_Debug& ar, const void* cFunction)
     std::string key = cFunction ? "C:" + std::to_string(reinterpret_cast<uintptr_t>(cFunction))
                                 : std::string(ar.source) + ":" + std::to_string(ar.linedefined);
     auto it = Data().byKey.find(key);
-    if (it != Data().byKey.end())
+    if (it != Data().byKey.end()) {
+        // A first call that gave no name (a tail call) leaves a placeholder
+        // that a named call replaces.
+        FunctionStats& known = Data().functions[static_cast<size_t>(it->second)];
+        if (ar.name && (known.name == "function" || known.name == "?"))
+            known.name = ar.name;
         return it->second;
+    }
     FunctionStats stats;
     stats.source = ar.short_src;
     stats.line = ar.linedefined;
