@@ -68,6 +68,9 @@ options:
                          as Lua; results to stdout, errors to stderr
   --resources DIR        serve the host's Lua resources from DIR
   --embedded-last        look for resource-held modules after Lua files on disk
+  --settings DIR         keep the application settings in DIR/settings.json
+                         (default: $XDG_CONFIG_HOME/vyrlua-host, else
+                         ~/.config/vyrlua-host)
   --translations FILE    load a translation table for localised texts
   --trace LEVELS         log levels by category, e.g. vyrlua=trace,LuaCrashReporter=info
                          (default: the VYRLUA_TRACE environment variable)
@@ -81,6 +84,7 @@ Exit status: 0 when the script ran to its end, 1 on an error in the script
 
 struct Options {
     vyrhost::HostOptions host;
+    std::string settingsDir;
     std::string translations;
     std::string trace;
     std::string logFile;
@@ -137,6 +141,9 @@ int ParseOptions(int argc, char** argv, Options& options)
         } else if (option == "--resources") {
             if (!value(options.host.resourceDir))
                 return Fail("--resources needs a directory");
+        } else if (option == "--settings") {
+            if (!value(options.settingsDir) || options.settingsDir.empty())
+                return Fail("--settings needs a directory");
         } else if (option == "--translations") {
             if (!value(options.translations))
                 return Fail("--translations needs a file");
@@ -201,6 +208,7 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
                   vyrhost::ScriptWatch* watch)
 {
     vyrhost::HostRuntime runtime(options.host);
+    runtime.Application().SetSettingsDirectory(options.settingsDir);
     vyrui::EventLoop& loop = runtime.Application().GetEventLoop();
     if (headless || options.virtualClock)
         loop.SetClock(vyrui::EventLoop::Clock::Virtual);
@@ -248,6 +256,7 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
 int main(int argc, char** argv)
 {
     Options options;
+    options.settingsDir = exo::app::DefaultSettingsDirectory();
     if (int status = ParseOptions(argc, argv, options); status >= 0)
         return status;
 

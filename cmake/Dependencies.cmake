@@ -4,6 +4,8 @@ find_package(Boost 1.74 REQUIRED COMPONENTS regex)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 # The window mode of vyrlua-host.
 pkg_check_modules(SDL2 REQUIRED IMPORTED_TARGET sdl2)
+# JSON for property lists on disk (header-only).
+find_package(nlohmann_json 3.10 REQUIRED)
 
 # Headers: always the 5.1 ones, so vyrlua.so is one binary for both Lua builds.
 add_library(vyr_lua_headers INTERFACE)

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config ccache clang-14 libclang-rt-14-dev
   liblua5.1-0-dev libluajit-5.1-dev lua5.1
-  libboost-dev libboost-regex-dev libicu-dev
+  libboost-dev libboost-regex-dev libicu-dev nlohmann-json3-dev
   libcairo2-dev libpango1.0-dev libpng-dev libjpeg-dev libgdk-pixbuf-2.0-dev
   libsdl2-dev fonts-dejavu-core
   libgtest-dev libgmock-dev libbenchmark-dev valgrind python3

@@ -147,8 +147,3 @@ int KzExceptions_runProtected(lua_State* L, KzProtectedFunction fn, void* ud)
     fn(L, ud);
     return 0;
 }
-
-void KrLuaCoverage_push(lua_State* L)
-{
-    lua_pushnil(L);
-}

@@ -54,6 +54,8 @@ KzRunProtectedCallHook KzExceptions_getRunProtectedCallHook();
 // is what the hook reported (an exception turned into an error).
 int KzExceptions_runProtected(lua_State* L, KzProtectedFunction fn, void* ud);
 
-// Pushes the value that code coverage tools read (nil: this kernel keeps no
-// coverage data).
+// Pushes the line-coverage support for scripts: a table of functions
+// start(), stop(), reset(), isRunning(), getCoverage() ({[source] = {[line]
+// = count}}) and getLcov([testName]) (an LCOV tracefile of the chunks loaded
+// from files). Counts are process-wide.
 void KrLuaCoverage_push(lua_State* L);

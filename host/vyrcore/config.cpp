@@ -61,6 +61,14 @@ void ThrowError(int level, const char* message, int code, int flags, bool hasTex
     throw HostException(text);
 }
 
+void DoSimpleAssert(const char* source, int line, const char* function)
+{
+    std::string text = std::string("Assertion failed in ") + function + " (" + source + ":" +
+                       std::to_string(line) + ")";
+    ReportError(text);
+    throw HostException(text);
+}
+
 int ExecuteFunctionAndConvertException(const std::function<int()>& fn)
 {
     try {

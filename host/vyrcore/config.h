@@ -31,6 +31,11 @@ void ThrowError(int level, const char* message, int code, int flags, bool hasTex
                 const std::string& r1 = {}, const std::string& r2 = {},
                 const std::string& r3 = {}, const std::string& r4 = {});
 
+// The host's assertion: throws HostException with the text
+// "Assertion failed in <function> (<source>:<line>)", after reporting it
+// through the error service.
+[[noreturn]] void DoSimpleAssert(const char* source, int line, const char* function);
+
 // Runs `fn`; returns its result, or 1 after reporting any exception it threw.
 int ExecuteFunctionAndConvertException(const std::function<int()>& fn);
 

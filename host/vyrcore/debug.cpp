@@ -76,8 +76,13 @@ void Log(std::string_view category, Level level, std::string_view text)
         return;
     std::lock_guard lock(Log().mutex);
     std::FILE* out = Log().file ? Log().file : stderr;
-    std::fprintf(out, "[%.*s] %s: %.*s\n", static_cast<int>(category.size()), category.data(),
-                 LevelName(level), static_cast<int>(text.size()), text.data());
+    // Written as bytes: a NUL inside the text or the category is kept, not
+    // taken for the end.
+    std::fputc('[', out);
+    std::fwrite(category.data(), 1, category.size(), out);
+    std::fprintf(out, "] %s: ", LevelName(level));
+    std::fwrite(text.data(), 1, text.size(), out);
+    std::fputc('\n', out);
     std::fflush(out);
 }
 

@@ -3,6 +3,7 @@
 #include "vyrcore/InitializerRegistrar.h"
 #include "vyrcore/config.h"
 #include "vyrui/EventLoop.h"
+#include "vyrui/ui/UI_NodeManager.h"
 
 #include <atomic>
 
@@ -14,11 +15,92 @@ std::atomic<App*> gApp{nullptr};
 
 AppBase::AppBase()
     : mResources(std::make_unique<vyrui::utility::DirectoryResourceManager>()),
-      mEventLoop(std::make_unique<vyrui::EventLoop>())
+      mEventLoop(std::make_unique<vyrui::EventLoop>()),
+      mMainMenu(PlatformMenu::Create(""))
 {
+    for (const char* title : {"File", "Edit", "View", "Window", "Help"}) {
+        MenuItem item;
+        item.title = title;
+        item.submenu = PlatformMenu::Create(title);
+        mMainMenu->InsertItem(mMainMenu->ItemCount(), std::move(item));
+    }
+    // One save per burst of changes, on the loop's next pass.
+    mSettings.SetChangedCallback([this] {
+        if (mSavePosted)
+            return;
+        mSavePosted = true;
+        mEventLoop->Post([this] {
+            mSavePosted = false;
+            mSettings.Save();
+        });
+    });
 }
 
-AppBase::~AppBase() = default;
+AppBase::~AppBase()
+{
+    try {
+        mSettings.Save();
+    } catch (const std::exception& e) {
+        vyrcore::config::ReportError(std::string("settings: ") + e.what());
+    }
+}
+
+void AppBase::EndEventLoop()
+{
+    mEventLoop->Quit();
+}
+
+const vyrcore::proplist::PropListPtr& AppBase::GetAppSettings() const
+{
+    return mSettings.Settings();
+}
+
+vyrcore::proplist::PropListPtr AppBase::GetOrCreateSubList(std::string_view name)
+{
+    return mSettings.Settings()->GetOrCreateSubList(name);
+}
+
+void AppBase::SetSettingsDirectory(const std::string& directory)
+{
+    mSettings.SetDirectory(directory);
+}
+
+bool AppBase::SaveAppSettings()
+{
+    return mSettings.Save();
+}
+
+void AppBase::PostCommand(CommandID id)
+{
+    mEventLoop->Post([this, id] { mCommands.Dispatch(id); });
+}
+
+void AppBase::SetApplicationActive(bool active)
+{
+    if (auto* manager = vyrui::ui::UI_NodeManager::Get(false))
+        manager->SetApplicationFrontmost(active);
+    if (active == mActive)
+        return;
+    mActive = active;
+    // A copy: a listener may add or remove listeners.
+    std::vector<ActivationListener> listeners;
+    for (const auto& entry : mActivationListeners)
+        listeners.push_back(entry.second);
+    for (const ActivationListener& listener : listeners)
+        listener(active);
+}
+
+int AppBase::AddActivationListener(ActivationListener listener)
+{
+    int handle = mNextListener++;
+    mActivationListeners.emplace(handle, std::move(listener));
+    return handle;
+}
+
+void AppBase::RemoveActivationListener(int handle)
+{
+    mActivationListeners.erase(handle);
+}
 
 vyrui::utility::ResourceManager& AppBase::GetAppResourceManager()
 {
