@@ -2,6 +2,9 @@
 find_package(PkgConfig REQUIRED)
 find_package(Boost 1.74 REQUIRED COMPONENTS regex)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+# OpenGL through libglvnd: libOpenGL for the GL calls, libEGL for contexts.
+set(OpenGL_GL_PREFERENCE GLVND)
+find_package(OpenGL REQUIRED COMPONENTS OpenGL EGL)
 
 # Headers: always the 5.1 ones, so vyrlua.so is one binary for both Lua builds.
 add_library(vyr_lua_headers INTERFACE)
