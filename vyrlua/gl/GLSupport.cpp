@@ -298,7 +298,8 @@ size_t FormatComponents(GLenum format, int narg)
 
 namespace {
 
-// Sides beyond this are refused before any size arithmetic.
+// Sides beyond this are refused before any size arithmetic, and images
+// beyond kMaxImageBytes altogether.
 constexpr int kMaxImageSide = 1 << 16;
 
 void CheckImageSides(int width, int height)
@@ -318,7 +319,10 @@ size_t TightImageBytes(int width, int height, GLenum format, GLenum type, int fo
     size_t size = PixelTypeSize(type);
     if (size == 0)
         throw ArgumentError(typeArg, "unsupported pixel type");
-    return size_t(width) * size_t(height) * components * size;
+    size_t bytes = size_t(width) * size_t(height) * components * size;
+    if (bytes > kMaxImageBytes)
+        throw LuaError("image too large (more than " + std::to_string(kMaxImageBytes) + " bytes)");
+    return bytes;
 }
 
 size_t StoredImageBytes(int width, int height, GLenum format, GLenum type, bool pack,

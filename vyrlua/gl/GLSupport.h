@@ -68,6 +68,9 @@ void PushNumberTable(lua_State* L, const GLdouble* values, size_t count);
 // The "invalid number of items in table (n<N)." argument error.
 [[noreturn]] void ThrowTableTooSmall(int narg, size_t needed);
 
+// The most memory one call makes for pixels, a data block or a buffer.
+inline constexpr size_t kMaxImageBytes = size_t(1) << 26;
+
 // Bytes per value of a pixel type (0 for GL_BITMAP and for types this module
 // does not size); components per pixel of a format ("unknown format" for a
 // format it cannot size).

@@ -372,17 +372,26 @@ int EvalPoint(lua_State* L)
     return 0;
 }
 
+constexpr size_t kMaxMeshPoints = size_t(1) << 20;
+
 int EvalMesh(lua_State* L)
 {
     RequireContext();
     GLenum mode = CheckEnum(L, 1);
     GLint a = CheckInt(L, 2);
     GLint b = CheckInt(L, 3);
+    // The mesh is evaluated point by point: bounded like an image.
+    auto span = [](GLint from, GLint to) { return to >= from ? size_t(to - from) + 1 : 0; };
     if (lua_isnoneornil(L, 4)) {
+        if (span(a, b) > kMaxMeshPoints)
+            throw LuaError("EvalMesh: too many points");
         glEvalMesh1(mode, a, b);
     } else {
         GLint c = CheckInt(L, 4);
         GLint d = CheckInt(L, 5);
+        if (span(a, b) > kMaxMeshPoints || span(c, d) > kMaxMeshPoints ||
+            span(a, b) * span(c, d) > kMaxMeshPoints)
+            throw LuaError("EvalMesh: too many points");
         glEvalMesh2(mode, a, b, c, d);
     }
     return 0;
@@ -499,14 +508,17 @@ int ArrayElement(lua_State* L)
     return 0;
 }
 
+// Vertices one draw call may take (whatever the arrays hold).
+constexpr GLint kMaxDrawCount = 1 << 24;
+
 int DrawArrays(lua_State* L)
 {
     RequireContext();
     GLenum mode = CheckEnum(L, 1);
     GLint first = CheckInt(L, 2);
     GLint count = CheckInt(L, 3);
-    if (first < 0 || count < 0)
-        throw LuaError("DrawArrays: first and count must be >= 0");
+    if (first < 0 || count < 0 || count > kMaxDrawCount)
+        throw LuaError("DrawArrays: first and count must be >= 0 (count at most 16777216)");
     if (count > 0 && size_t(first) + size_t(count) > ArrayElementLimit())
         throw ArgumentError(3, "elements " + std::to_string(first) + " to " +
                                    std::to_string(size_t(first) + size_t(count) - 1) +
@@ -520,7 +532,7 @@ int DrawElements(lua_State* L)
     RequireContext();
     GLenum mode = CheckEnum(L, 1);
     size_t n = CheckTable(L, 2);
-    if (n > size_t(INT32_MAX))
+    if (n > size_t(kMaxDrawCount))
         throw ArgumentError(2, "too many indices");
     auto* indices = static_cast<GLuint*>(PushScratch(L, n * sizeof(GLuint)));
     ReadTable(L, 2, indices, n);
@@ -690,11 +702,21 @@ int CallLists(lua_State* L)
     return 0;
 }
 
+// OpenGL walks every list of a range one by one: ranges are bounded so
+// that one call cannot run for minutes.
+GLsizei CheckListRange(lua_State* L, int narg)
+{
+    int range = CheckInt(L, narg);
+    if (range > (1 << 16))
+        throw ArgumentError(narg, "range out of range (at most 65536)");
+    return range;
+}
+
 int DeleteLists(lua_State* L)
 {
     RequireContext();
     GLuint list = CheckUInt(L, 1);
-    GLsizei range = CheckInt(L, 2);
+    GLsizei range = CheckListRange(L, 2);
     glDeleteLists(list, range);
     return 0;
 }
@@ -702,7 +724,7 @@ int DeleteLists(lua_State* L)
 int GenLists(lua_State* L)
 {
     RequireContext();
-    GLsizei range = CheckInt(L, 1);
+    GLsizei range = CheckListRange(L, 1);
     lua_pushnumber(L, glGenLists(range));
     return 1;
 }
@@ -717,7 +739,7 @@ int NewList(lua_State* L)
 }
 
 // Texture names: at most this many per call.
-constexpr size_t kMaxNames = 1 << 20;
+constexpr size_t kMaxNames = 1 << 16;
 
 // Reads a table of texture names into scratch; returns their count.
 GLuint* ReadNames(lua_State* L, int narg, size_t& n)
@@ -1450,7 +1472,7 @@ GLint RenderModeNow()
     return mode;
 }
 
-constexpr size_t kMaxRenderBuffer = 1 << 24;
+constexpr size_t kMaxRenderBuffer = 1 << 20;
 
 int SelectBuffer(lua_State* L)
 {
@@ -1555,11 +1577,11 @@ int NewData(lua_State* L)
         bytes = items * PixelTypeSize(type);
     } else {
         lua_Integer size = utility::CheckInteger(L, 1);
-        if (size < 0 || size > (lua_Integer(1) << 31))
+        if (size < 0 || size > lua_Integer(kMaxImageBytes))
             throw ArgumentError(1, "size out of range");
         bytes = static_cast<size_t>(size);
     }
-    if (bytes > (size_t(1) << 31))
+    if (bytes > kMaxImageBytes)
         throw ArgumentError(1, "size out of range");
     // The bytes live in the userdata itself, so Lua frees them; FreeData
     // makes the block unusable at once.
