@@ -52,7 +52,11 @@ OS_OpenGLView::OS_OpenGLView(std::string id, const RectF& rect)
 
 OS_OpenGLView::~OS_OpenGLView()
 {
-    TearDownOpenGL();
+    try {
+        TearDownOpenGL();
+    } catch (const std::exception& e) {
+        vyrcore::config::ReportError(e.what());
+    }
 }
 
 bool OS_OpenGLView::EnsureContext()
@@ -72,12 +76,12 @@ bool OS_OpenGLView::EnsureContext()
     return true;
 }
 
-bool OS_OpenGLView::MakeContextCurrent()
+bool OS_OpenGLView::MakeContextCurrent(bool initialise)
 {
     if (!EnsureContext())
         return false;
     mContext->MakeCurrent();
-    if (!mInitialised) {
+    if (initialise && !mInitialised) {
         mInitialised = true;
         InitOpenGL();
     }
@@ -96,6 +100,11 @@ void OS_OpenGLView::TearDownOpenGL()
     mContext.reset();
 }
 
+void OS_OpenGLView::InitOpenGL()
+{
+    glHint(GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST);
+}
+
 void OS_OpenGLView::PreDrawOpenGL()
 {
     glViewport(0, 0, mFrameWidth, mFrameHeight);
@@ -107,18 +116,16 @@ void OS_OpenGLView::PreDrawOpenGL()
                                    0,    0,    1, 0, m[6], m[7], 0, 1};
     glMatrixMode(GL_MODELVIEW);
     glLoadMatrixf(modelView);
-}
-
-void OS_OpenGLView::DrawOpenGL()
-{
     glClearColor(mBackground.red, mBackground.green, mBackground.blue, mBackground.alpha);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
 }
 
 void OS_OpenGLView::PostDrawOpenGL()
 {
-    if (!mContext || !mContext->IsCurrent())
+    if (!mContext)
         return;
+    // A hook may have made another view's context current.
+    mContext->MakeCurrent();
     glFinish();
     mFrame = mContext->ReadFrame();
 }
@@ -129,6 +136,12 @@ void OS_OpenGLView::UI_DrawSelf(drawbot::Drawbot& drawbot)
     const RectF bounds = UI_GetBoundsF();
     if (!surface || bounds.IsEmpty())
         return;
+    // A hook that draws the window again gets the last frame, not a frame
+    // inside a frame.
+    if (mDrawing) {
+        Composite(*surface, bounds);
+        return;
+    }
     PointF scale = surface->GetTransformToScreenScale();
     SetLastDrawnTransformToScreenScale(scale);
     if (!MakeContextCurrent()) {
@@ -137,21 +150,35 @@ void OS_OpenGLView::UI_DrawSelf(drawbot::Drawbot& drawbot)
         surface->FillRect(bounds, *brush);
         return;
     }
+    if (!mContext)
+        return;
     mContext->SetFramebufferSize(BackBufferSide(bounds.width, mHiDPI ? scale.x : 1),
                                  BackBufferSide(bounds.height, mHiDPI ? scale.y : 1));
     mFrameWidth = mContext->Width();
     mFrameHeight = mContext->Height();
     mFrame.clear();
     ++mFrames;
-    PreDrawOpenGL();
-    DrawOpenGL();
-    PostDrawOpenGL();
-    // A hook may have torn the context down or skipped the read-back.
-    if (mFrame.size() != static_cast<size_t>(mFrameWidth) * static_cast<size_t>(mFrameHeight) ||
-        mFrame.empty())
+    mDrawing = true;
+    try {
+        PreDrawOpenGL();
+        DrawOpenGL();
+        PostDrawOpenGL();
+    } catch (...) {
+        mDrawing = false;
+        throw;
+    }
+    mDrawing = false;
+    Composite(*surface, bounds);
+}
+
+void OS_OpenGLView::Composite(drawbot::SurfaceInterface& surface, const RectF& bounds)
+{
+    // Nothing when a hook skipped the read-back.
+    if (mFrame.empty() ||
+        mFrame.size() != static_cast<size_t>(mFrameWidth) * static_cast<size_t>(mFrameHeight))
         return;
     FrameImage image(mFrame.data(), mFrameWidth, mFrameHeight);
-    surface->DrawImage(image, bounds, nullptr, 1);
+    surface.DrawImage(image, bounds, nullptr, 1);
 }
 
 } // namespace vyrui::ui

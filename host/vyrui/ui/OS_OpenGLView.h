@@ -19,6 +19,9 @@
 namespace vyrui::gl {
 class GLContext;
 }
+namespace vyrui::drawbot {
+class SurfaceInterface;
+}
 
 namespace vyrui::ui {
 
@@ -51,13 +54,14 @@ public:
 
     // The frame hooks, called in this order by UI_DrawSelf with the view's
     // context current and its frame buffer bound.
-    // Once per context: nothing by default.
-    virtual void InitOpenGL() {}
+    // Once per context: asks for the nicest perspective correction.
+    virtual void InitOpenGL();
     // The viewport covers the back buffer, the projection is identity (the
-    // view spans -1..1 on both axes) and the model-view is the view matrix.
+    // view spans -1..1 on both axes), the model-view is the view matrix, and
+    // the buffers are cleared (colour to the background colour).
     virtual void PreDrawOpenGL();
-    // Clears to the background colour.
-    virtual void DrawOpenGL();
+    // Nothing: what the view shows is a subclass's.
+    virtual void DrawOpenGL() {}
     // Finishes the frame and reads it back for compositing.
     virtual void PostDrawOpenGL();
     // At tear-down, with the context current: nothing by default.
@@ -69,9 +73,9 @@ public:
     bool IsHiDPIBackBufferEnabled() const { return mHiDPI; }
 
     // Makes the view's context current on the calling thread, creating the
-    // context (and running InitOpenGL) on first use. False, after reporting
-    // once, when no GL can be had.
-    bool MakeContextCurrent();
+    // context on first use and then, with `initialise`, running InitOpenGL
+    // once for it. False, after reporting once, when no GL can be had.
+    bool MakeContextCurrent(bool initialise = true);
     // Runs EndOpenGL (when InitOpenGL ran) and drops the context; the next
     // frame starts a new one. Subclasses that override EndOpenGL call it
     // from their destructor, while their override still exists.
@@ -89,11 +93,13 @@ public:
 
 private:
     bool EnsureContext();
+    void Composite(drawbot::SurfaceInterface& surface, const RectF& bounds);
 
     std::unique_ptr<gl::GLContext> mContext;
     bool mInitialised = false;
     bool mReported = false;
     bool mHiDPI = false;
+    bool mDrawing = false;
     drawbot::ColorRGBA mBackground{0, 0, 0, 1};
     std::vector<std::uint32_t> mFrame;
     int mFrameWidth = 0;
