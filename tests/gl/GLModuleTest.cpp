@@ -220,7 +220,7 @@ TEST_F(GLTest, ClientMemoryIsCheckedAgainstWhatOpenGLWillTouch)
                                         "bad argument #5 to '?' (the data block was freed)"}));
     EXPECT_EQ(Error("local u = newproxy() debug.setmetatable(u, debug.getregistry()['vyrlua.gl.Data']) "
                     "gl.DrawPixelsRaw(1, 1, 'RGBA', 'FLOAT', u)"),
-              "test:1: Bad user data");
+              "test:1: bad argument #5 to 'DrawPixelsRaw' (vyrlua.gl.Data expected, got userdata)");
 }
 
 TEST_F(GLTest, SelectionBufferStaysWhileOpenGLWritesIt)

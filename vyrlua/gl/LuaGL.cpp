@@ -1,11 +1,13 @@
 #include "vyrlua/gl/LuaGL.h"
 
 #include "vyrlua/gl/GLSupport.h"
+#include "vyrlua/utility/LuaKind.h"
 #include "vyrlua/utility/LuaModules.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace vyrlua::gl {
 
@@ -953,40 +955,46 @@ int Viewport(lua_State* L)
 // ---------------------------------------------------------------------------
 // Images from and to tables, and from and to native memory blocks.
 
-// A block's userdata: this header, then the bytes.
+// Native memory blocks (gl.NewData): bytes the library owns, handed to the
+// "Raw" functions, which check them against what OpenGL will touch.
 struct DataBlock {
-    size_t size;
-    size_t freed;
-    std::uint8_t* Bytes() { return reinterpret_cast<std::uint8_t*>(this + 1); }
+    std::vector<std::uint8_t> bytes;
+    bool released = false;
 };
 
-// The block at `narg`. A userdata given the block metatable by a script is
-// refused unless it is large enough for what its header claims.
-DataBlock& CheckBlock(lua_State* L, int narg)
-{
-    auto* block = static_cast<DataBlock*>(utility::CheckUData(L, narg, kDataMetatable));
-    size_t length = lua_objlen(L, narg);
-    if (length < sizeof(DataBlock) || length - sizeof(DataBlock) < block->size)
-        throw LuaError("Bad user data");
-    return *block;
-}
+void MakeDataMetatable(lua_State* L);
 
+struct DataKind {
+    using Payload = DataBlock;
+    static constexpr const char* kMetatable = kDataMetatable;
+    static constexpr const char* kWord = "glData";
+    static void MakeMetatable(lua_State* L) { MakeDataMetatable(L); }
+    static const void* Identity(const DataBlock& block) { return block.released ? nullptr : &block; }
+    static void Release(DataBlock& block)
+    {
+        block.released = true;
+        std::vector<std::uint8_t>().swap(block.bytes);
+    }
+};
+using LuaData = utility::LuaKind<DataKind>;
+
+// The live block at `narg` (an argument error for a freed one).
 DataBlock& CheckData(lua_State* L, int narg)
 {
-    DataBlock& block = CheckBlock(L, narg);
-    if (block.freed)
+    DataBlock* block = LuaData::Check(L, narg);
+    if (block == nullptr || block->released)
         throw ArgumentError(narg, "the data block was freed");
-    return block;
+    return *block;
 }
 
 // The bytes of the block at `narg`, which must hold `needed` bytes.
 void* CheckDataBytes(lua_State* L, int narg, size_t needed)
 {
     DataBlock& block = CheckData(L, narg);
-    if (block.size < needed)
-        throw ArgumentError(narg, "data block too small (" + std::to_string(block.size) +
+    if (block.bytes.size() < needed)
+        throw ArgumentError(narg, "data block too small (" + std::to_string(block.bytes.size()) +
                                       " bytes, " + std::to_string(needed) + " needed)");
-    return block.Bytes();
+    return block.bytes.data();
 }
 
 // Pixels from a table (or null for a nil table where OpenGL allows it).
@@ -1583,49 +1591,37 @@ int NewData(lua_State* L)
     }
     if (bytes > kMaxImageBytes)
         throw ArgumentError(1, "size out of range");
-    // The bytes live in the userdata itself, so Lua frees them; FreeData
-    // makes the block unusable at once.
-    auto* block = static_cast<DataBlock*>(lua_newuserdata(L, sizeof(DataBlock) + bytes));
-    block->size = bytes;
-    block->freed = 0;
-    std::memset(block->Bytes(), 0, bytes);
-    luaL_getmetatable(L, kDataMetatable);
-    lua_setmetatable(L, -2);
+    // Read into Lua-owned scratch first: the reads may fail half way.
+    void* values = PushScratch(L, bytes);
     if (items > 0)
-        ReadPixelTable(L, 1, type, block->Bytes(), items);
+        ReadPixelTable(L, 1, type, values, items);
+    DataBlock* block = LuaData::Push(L);
+    block->bytes.assign(static_cast<std::uint8_t*>(values), static_cast<std::uint8_t*>(values) + bytes);
     return 1;
-}
-
-int FreeData(lua_State* L)
-{
-    DataBlock& block = CheckData(L, 1);
-    block.freed = 1;
-    return 0;
 }
 
 // block:Size() -> bytes (0 once freed).
 int DataSize(lua_State* L)
 {
-    DataBlock& block = CheckBlock(L, 1);
-    lua_pushnumber(L, block.freed ? 0 : static_cast<lua_Number>(block.size));
+    DataBlock* block = LuaData::Check(L, 1);
+    lua_pushnumber(L, block ? static_cast<lua_Number>(block->bytes.size()) : 0);
     return 1;
 }
 
 // block:Values([type]) -> a table of its contents read as `type` (FLOAT).
 int DataValues(lua_State* L)
 {
-    DataBlock& block = CheckData(L, 1);
     GLenum type = OptEnum(L, 2, GL_FLOAT);
     size_t size = PixelTypeSize(type);
     if (size == 0)
         throw ArgumentError(2, "unsupported pixel type");
-    PushPixelTable(L, type, block.Bytes(), block.size / size);
-    return 1;
-}
-
-int DataToString(lua_State* L)
-{
-    lua_pushfstring(L, "glData(%p)", lua_topointer(L, 1));
+    DataBlock& block = CheckData(L, 1);
+    // Copied out first: building the table allocates, and a finalizer run
+    // by that could free the block.
+    size_t count = block.bytes.size() / size;
+    void* copy = PushScratch(L, count * size);
+    std::memcpy(copy, block.bytes.data(), count * size);
+    PushPixelTable(L, type, copy, count);
     return 1;
 }
 
@@ -1951,7 +1947,7 @@ const luaL_Reg kFunctions[] = {
     {"GetSelectBuffer", LuaBoundary<GetSelectBuffer>},
     {"FreeSelectBuffer", LuaBoundary<FreeSelectBuffer>},
     {"NewData", LuaBoundary<NewData>},
-    {"FreeData", LuaBoundary<FreeData>},
+    {"FreeData", LuaBoundary<LuaData::ReleaseMethod>},
     {"ShadeModel", LuaBoundary<OneEnum<glShadeModel>>},
     {"StencilFunc", LuaBoundary<StencilFunc>},
     {"StencilMask", LuaBoundary<StencilMask>},
@@ -1975,12 +1971,16 @@ const luaL_Reg kFunctions[] = {
 };
 
 const luaL_Reg kDataMethods[] = {
-    {"__tostring", LuaBoundary<DataToString>},
     {"Size", LuaBoundary<DataSize>},
     {"Values", LuaBoundary<DataValues>},
-    {"Free", LuaBoundary<FreeData>},
     {nullptr, nullptr},
 };
+
+void MakeDataMetatable(lua_State* L)
+{
+    RegisterMetatable(L, kDataMetatable, LuaData::kLifetime);
+    RegisterMetatable(L, kDataMetatable, kDataMethods);
+}
 
 int OpenBody(lua_State* L)
 {
@@ -1988,7 +1988,7 @@ int OpenBody(lua_State* L)
         if (c->value == kEnumError)
             throw LuaError("WARNING: INVALID CONSTANT=ENUM_ERROR");
     }
-    RegisterMetatable(L, kDataMetatable, kDataMethods);
+    MakeDataMetatable(L);
     luaL_register(L, "gl", kFunctions);
     for (const Constant* c = kConstants; *c->name; ++c) {
         lua_pushnumber(L, static_cast<lua_Number>(c->value));
