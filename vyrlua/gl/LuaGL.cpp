@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace vyrlua::gl {
@@ -22,112 +24,30 @@ using utility::LuaError;
 // ---------------------------------------------------------------------------
 // Shapes shared by many functions.
 
-template <void (*F)()>
-int NoArgs(lua_State*)
+// Readers of one argument each, by what the OpenGL parameter is.
+constexpr auto E = CheckEnum;           // GLenum, GLbitfield
+constexpr auto F = CheckFloat;          // GLfloat, GLclampf
+constexpr auto D = utility::CheckNumber; // GLdouble, GLclampd
+constexpr auto I = utility::CheckInt;   // GLint, GLsizei
+constexpr auto U = CheckUInt;           // GLuint, GLushort
+constexpr auto B = CheckBoolean;        // GLboolean
+
+template <auto Fn, auto... Read, size_t... I>
+int CallWith(lua_State* L, std::index_sequence<I...>)
 {
     RequireContext();
-    F();
+    (void)L; // unused by calls without arguments
+    // Braced: read left to right.
+    std::tuple args{Read(L, static_cast<int>(I) + 1)...};
+    std::apply(Fn, args);
     return 0;
 }
 
-template <void (*F)(GLenum)>
-int OneEnum(lua_State* L)
+// The common shape: arguments read in order by `Read...`, then `Fn` called.
+template <auto Fn, auto... Read>
+int Call(lua_State* L)
 {
-    RequireContext();
-    GLenum e = CheckEnum(L, 1);
-    F(e);
-    return 0;
-}
-
-template <void (*F)(GLenum, GLenum)>
-int TwoEnums(lua_State* L)
-{
-    RequireContext();
-    GLenum a = CheckEnum(L, 1);
-    GLenum b = CheckEnum(L, 2);
-    F(a, b);
-    return 0;
-}
-
-template <void (*F)(GLfloat)>
-int OneFloat(lua_State* L)
-{
-    RequireContext();
-    GLfloat v = CheckFloat(L, 1);
-    F(v);
-    return 0;
-}
-
-template <void (*F)(GLdouble, GLdouble)>
-int TwoDoubles(lua_State* L)
-{
-    RequireContext();
-    GLdouble a = CheckNumber(L, 1);
-    GLdouble b = CheckNumber(L, 2);
-    F(a, b);
-    return 0;
-}
-
-template <void (*F)(GLdouble, GLdouble, GLdouble)>
-int ThreeDoubles(lua_State* L)
-{
-    RequireContext();
-    GLdouble a = CheckNumber(L, 1);
-    GLdouble b = CheckNumber(L, 2);
-    GLdouble c = CheckNumber(L, 3);
-    F(a, b, c);
-    return 0;
-}
-
-template <void (*F)(GLclampf, GLclampf, GLclampf, GLclampf)>
-int FourFloats(lua_State* L)
-{
-    RequireContext();
-    GLfloat v[4];
-    for (int i = 0; i < 4; ++i)
-        v[i] = CheckFloat(L, i + 1);
-    F(v[0], v[1], v[2], v[3]);
-    return 0;
-}
-
-template <void (*F)(GLdouble, GLdouble, GLdouble, GLdouble, GLdouble, GLdouble)>
-int SixDoubles(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[6];
-    for (int i = 0; i < 6; ++i)
-        v[i] = CheckNumber(L, i + 1);
-    F(v[0], v[1], v[2], v[3], v[4], v[5]);
-    return 0;
-}
-
-template <void (*F)(GLuint)>
-int OneUInt(lua_State* L)
-{
-    RequireContext();
-    GLuint v = CheckUInt(L, 1);
-    F(v);
-    return 0;
-}
-
-template <void (*F)(GLint)>
-int OneInt(lua_State* L)
-{
-    RequireContext();
-    GLint v = CheckInt(L, 1);
-    F(v);
-    return 0;
-}
-
-template <void (*F)(GLint, GLint, GLsizei, GLsizei)>
-int FourInts(lua_State* L)
-{
-    RequireContext();
-    GLint v[4];
-    for (int i = 0; i < 4; ++i)
-        v[i] = CheckInt(L, i + 1);
-    F(v[0], v[1], v[2], v[3]);
-    return 0;
+    return CallWith<Fn, Read...>(L, std::index_sequence_for<decltype(Read)...>{});
 }
 
 template <GLboolean (*F)(GLuint)>
@@ -158,6 +78,12 @@ int ReadVector(lua_State* L, GLdouble* v, int least, int most, const char* tooFe
     for (int i = 0; i < count; ++i)
         v[i] = CheckNumber(L, i + 1);
     return count;
+}
+
+// Truth of a table item on top of the stack: 0 counts as false.
+bool IsSet(lua_State* L)
+{
+    return lua_toboolean(L, -1) && !(lua_type(L, -1) == LUA_TNUMBER && lua_tonumber(L, -1) == 0);
 }
 
 // Parameter setters: (target..., pname, value) where the value is a number,
@@ -286,92 +212,43 @@ int End(lua_State*)
     return 0;
 }
 
-int Color(lua_State* L)
+// Vector calls: the OpenGL function taking as many values as were given
+// (F[n - 1]; null for counts the call does not take).
+using VectorFn = void (*)(const GLdouble*);
+
+template <int Least, int Most, const char* TooFew, VectorFn F1, VectorFn F2, VectorFn F3,
+          VectorFn F4>
+int VectorCall(lua_State* L)
 {
     RequireContext();
     GLdouble v[4] = {0, 0, 0, 1};
-    int n = ReadVector(L, v, 3, 4, "invalid number of items in table (n<3).");
-    if (n == 3)
-        glColor3dv(v);
-    else
-        glColor4dv(v);
+    int n = ReadVector(L, v, Least, Most, TooFew);
+    const VectorFn call[] = {F1, F2, F3, F4};
+    call[n - 1](v);
     return 0;
 }
 
-int Vertex(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[4] = {0, 0, 0, 1};
-    int n = ReadVector(L, v, 2, 4, "invalid number of arguments");
-    if (n == 2)
-        glVertex2dv(v);
-    else if (n == 3)
-        glVertex3dv(v);
-    else
-        glVertex4dv(v);
-    return 0;
-}
+constexpr char kColorTooFew[] = "invalid number of items in table (n<3).";
+constexpr char kVertexTooFew[] = "invalid number of arguments";
+constexpr char kNormalTooFew[] = "invalid number of elements in the table (n<3)";
+constexpr char kOneTooFew[] = "invalid number of items in table (n<1).";
+constexpr char kTwoTooFew[] = "invalid number of items in table (n<2).";
 
-int Normal(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[3];
-    ReadVector(L, v, 3, 3, "invalid number of elements in the table (n<3)");
-    glNormal3dv(v);
-    return 0;
-}
-
-int TexCoord(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[4] = {0, 0, 0, 1};
-    int n = ReadVector(L, v, 1, 4, "invalid number of items in table (n<1).");
-    switch (n) {
-    case 1: glTexCoord1dv(v); break;
-    case 2: glTexCoord2dv(v); break;
-    case 3: glTexCoord3dv(v); break;
-    default: glTexCoord4dv(v);
-    }
-    return 0;
-}
-
-int RasterPos(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[4] = {0, 0, 0, 1};
-    int n = ReadVector(L, v, 2, 4, "invalid number of items in table (n<2).");
-    if (n == 2)
-        glRasterPos2dv(v);
-    else if (n == 3)
-        glRasterPos3dv(v);
-    else
-        glRasterPos4dv(v);
-    return 0;
-}
-
-int EvalCoord(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[2] = {0, 0};
-    int n = ReadVector(L, v, 1, 2, "invalid number of items in table (n<1).");
-    if (n == 1)
-        glEvalCoord1dv(v);
-    else
-        glEvalCoord2dv(v);
-    return 0;
-}
+constexpr auto Color = VectorCall<3, 4, kColorTooFew, nullptr, nullptr, glColor3dv, glColor4dv>;
+constexpr auto Vertex =
+    VectorCall<2, 4, kVertexTooFew, nullptr, glVertex2dv, glVertex3dv, glVertex4dv>;
+constexpr auto Normal = VectorCall<3, 3, kNormalTooFew, nullptr, nullptr, glNormal3dv, nullptr>;
+constexpr auto TexCoord =
+    VectorCall<1, 4, kOneTooFew, glTexCoord1dv, glTexCoord2dv, glTexCoord3dv, glTexCoord4dv>;
+constexpr auto RasterPos =
+    VectorCall<2, 4, kTwoTooFew, nullptr, glRasterPos2dv, glRasterPos3dv, glRasterPos4dv>;
+constexpr auto EvalCoord = VectorCall<1, 2, kOneTooFew, glEvalCoord1dv, glEvalCoord2dv, nullptr, nullptr>;
 
 int EvalPoint(lua_State* L)
 {
-    RequireContext();
-    GLint i = CheckInt(L, 1);
-    if (lua_isnoneornil(L, 2)) {
-        glEvalPoint1(i);
-    } else {
-        GLint j = CheckInt(L, 2);
-        glEvalPoint2(i, j);
-    }
-    return 0;
+    if (lua_isnoneornil(L, 2))
+        return Call<glEvalPoint1, I>(L);
+    return Call<glEvalPoint2, I, I>(L);
 }
 
 constexpr size_t kMaxMeshPoints = size_t(1) << 20;
@@ -396,20 +273,6 @@ int EvalMesh(lua_State* L)
             throw LuaError("EvalMesh: too many points");
         glEvalMesh2(mode, a, b, c, d);
     }
-    return 0;
-}
-
-int Index(lua_State* L)
-{
-    RequireContext();
-    glIndexd(CheckNumber(L, 1));
-    return 0;
-}
-
-int EdgeFlag(lua_State* L)
-{
-    RequireContext();
-    glEdgeFlag(CheckBoolean(L, 1));
     return 0;
 }
 
@@ -481,7 +344,7 @@ int EdgeFlagPointer(lua_State* L)
     auto* scratch = static_cast<GLboolean*>(PushScratch(L, n));
     for (size_t i = 0; i < n; ++i) {
         lua_rawgeti(L, 1, static_cast<int>(i + 1));
-        scratch[i] = lua_toboolean(L, -1) && !(lua_type(L, -1) == LUA_TNUMBER && lua_tonumber(L, -1) == 0);
+        scratch[i] = IsSet(L);
         lua_pop(L, 1);
     }
     auto* buffer = static_cast<GLboolean*>(SetClientBuffer(GL_EDGE_FLAG_ARRAY, n));
@@ -490,14 +353,13 @@ int EdgeFlagPointer(lua_State* L)
     return 0;
 }
 
-template <void (*F)(GLenum)>
-int ClientState(lua_State* L)
+// Calls that can switch client arrays (Enable, Disable, the client-state
+// calls, display lists): what Begin found for ArrayElement no longer holds.
+template <auto Fn, auto... Read>
+int ChangingArrays(lua_State* L)
 {
-    RequireContext();
-    GLenum array = CheckEnum(L, 1);
     InvalidateArraySnapshot();
-    F(array);
-    return 0;
+    return Call<Fn, Read...>(L);
 }
 
 int ArrayElement(lua_State* L)
@@ -550,35 +412,15 @@ int DrawElements(lua_State* L)
 // ---------------------------------------------------------------------------
 // Matrices, lists, names, textures and other state.
 
-int LoadMatrix(lua_State* L)
+template <void (*F)(const GLdouble*)>
+int MatrixCall(lua_State* L)
 {
     RequireContext();
     if (CheckTable(L, 1) < 16)
         throw ArgumentError(1, "invalid number of elements in the matrix table (n<16).");
     GLdouble m[16];
     ReadTable(L, 1, m, 16);
-    glLoadMatrixd(m);
-    return 0;
-}
-
-int MultMatrix(lua_State* L)
-{
-    RequireContext();
-    if (CheckTable(L, 1) < 16)
-        throw ArgumentError(1, "invalid number of elements in the matrix table (n<16).");
-    GLdouble m[16];
-    ReadTable(L, 1, m, 16);
-    glMultMatrixd(m);
-    return 0;
-}
-
-int Rotate(lua_State* L)
-{
-    RequireContext();
-    GLdouble v[4];
-    for (int i = 0; i < 4; ++i)
-        v[i] = CheckNumber(L, i + 1);
-    glRotated(v[0], v[1], v[2], v[3]);
+    F(m);
     return 0;
 }
 
@@ -603,92 +445,12 @@ int GetClipPlane(lua_State* L)
     return PushNumbers(L, equation, 4);
 }
 
-int ColorMask(lua_State* L)
-{
-    RequireContext();
-    GLboolean v[4];
-    for (int i = 0; i < 4; ++i)
-        v[i] = CheckBoolean(L, i + 1);
-    glColorMask(v[0], v[1], v[2], v[3]);
-    return 0;
-}
-
-int DepthMask(lua_State* L)
-{
-    RequireContext();
-    glDepthMask(CheckBoolean(L, 1));
-    return 0;
-}
-
-int EnableCap(lua_State* L)
-{
-    RequireContext();
-    GLenum cap = CheckEnum(L, 1);
-    InvalidateArraySnapshot();
-    glEnable(cap);
-    return 0;
-}
-
-int DisableCap(lua_State* L)
-{
-    RequireContext();
-    GLenum cap = CheckEnum(L, 1);
-    InvalidateArraySnapshot();
-    glDisable(cap);
-    return 0;
-}
-
 int IsEnabled(lua_State* L)
 {
     RequireContext();
     GLenum cap = CheckEnum(L, 1);
     lua_pushboolean(L, glIsEnabled(cap));
     return 1;
-}
-
-int PopClientAttrib(lua_State*)
-{
-    RequireContext();
-    InvalidateArraySnapshot();
-    glPopClientAttrib();
-    return 0;
-}
-
-int AlphaFunc(lua_State* L)
-{
-    RequireContext();
-    GLenum func = CheckEnum(L, 1);
-    GLfloat ref = CheckFloat(L, 2);
-    glAlphaFunc(func, ref);
-    return 0;
-}
-
-int Accum(lua_State* L)
-{
-    RequireContext();
-    GLenum op = CheckEnum(L, 1);
-    GLfloat value = CheckFloat(L, 2);
-    glAccum(op, value);
-    return 0;
-}
-
-int BindTexture(lua_State* L)
-{
-    RequireContext();
-    GLenum target = CheckEnum(L, 1);
-    GLuint texture = CheckUInt(L, 2);
-    glBindTexture(target, texture);
-    return 0;
-}
-
-int CallList(lua_State* L)
-{
-    RequireContext();
-    GLuint list = CheckUInt(L, 1);
-    // A list can switch client arrays on.
-    InvalidateArraySnapshot();
-    glCallList(list);
-    return 0;
 }
 
 int CallLists(lua_State* L)
@@ -731,15 +493,6 @@ int GenLists(lua_State* L)
     return 1;
 }
 
-int NewList(lua_State* L)
-{
-    RequireContext();
-    GLuint list = CheckUInt(L, 1);
-    GLenum mode = CheckEnum(L, 2);
-    glNewList(list, mode);
-    return 0;
-}
-
 // Texture names: at most this many per call.
 constexpr size_t kMaxNames = 1 << 16;
 
@@ -762,11 +515,7 @@ int GenTextures(lua_State* L)
         throw ArgumentError(1, "count out of range");
     auto* names = static_cast<GLuint*>(PushScratch(L, size_t(n) * sizeof(GLuint)));
     glGenTextures(n, names);
-    lua_createtable(L, n, 0);
-    for (int i = 0; i < n; ++i) {
-        lua_pushnumber(L, names[i]);
-        lua_rawseti(L, -2, i + 1);
-    }
+    PushPixelTable(L, GL_UNSIGNED_INT, names, size_t(n));
     return 1;
 }
 
@@ -808,90 +557,16 @@ int PrioritizeTextures(lua_State* L)
     return 0;
 }
 
-int StencilFunc(lua_State* L)
-{
-    RequireContext();
-    GLenum func = CheckEnum(L, 1);
-    GLint ref = CheckInt(L, 2);
-    GLuint mask = CheckUInt(L, 3);
-    glStencilFunc(func, ref, mask);
-    return 0;
-}
-
-int StencilOp(lua_State* L)
-{
-    RequireContext();
-    GLenum a = CheckEnum(L, 1);
-    GLenum b = CheckEnum(L, 2);
-    GLenum c = CheckEnum(L, 3);
-    glStencilOp(a, b, c);
-    return 0;
-}
-
-int LineStipple(lua_State* L)
-{
-    RequireContext();
-    GLint factor = CheckInt(L, 1);
-    GLuint pattern = CheckUInt(L, 2);
-    glLineStipple(factor, static_cast<GLushort>(pattern));
-    return 0;
-}
-
-int PolygonMode(lua_State* L)
-{
-    return TwoEnums<glPolygonMode>(L);
-}
-
-int PolygonOffset(lua_State* L)
-{
-    RequireContext();
-    GLfloat factor = CheckFloat(L, 1);
-    GLfloat units = CheckFloat(L, 2);
-    glPolygonOffset(factor, units);
-    return 0;
-}
-
-int PixelZoom(lua_State* L)
-{
-    RequireContext();
-    GLfloat x = CheckFloat(L, 1);
-    GLfloat y = CheckFloat(L, 2);
-    glPixelZoom(x, y);
-    return 0;
-}
-
-int PixelStore(lua_State* L)
+// (pname, value): a boolean, or a number.
+template <void (*Integer)(GLenum, GLint), void (*Float)(GLenum, GLfloat)>
+int PixelParameter(lua_State* L)
 {
     RequireContext();
     GLenum pname = CheckEnum(L, 1);
-    if (lua_type(L, 2) == LUA_TBOOLEAN) {
-        glPixelStorei(pname, lua_toboolean(L, 2));
-    } else {
-        glPixelStoref(pname, CheckFloat(L, 2));
-    }
-    return 0;
-}
-
-int PixelTransfer(lua_State* L)
-{
-    RequireContext();
-    GLenum pname = CheckEnum(L, 1);
-    if (lua_type(L, 2) == LUA_TBOOLEAN) {
-        glPixelTransferi(pname, lua_toboolean(L, 2));
-    } else {
-        glPixelTransferf(pname, CheckFloat(L, 2));
-    }
-    return 0;
-}
-
-int CopyPixels(lua_State* L)
-{
-    RequireContext();
-    GLint v[4];
-    for (int i = 0; i < 4; ++i)
-        v[i] = CheckInt(L, i + 1);
-    GLenum type = CheckEnum(L, 5);
-    glCopyPixels(v[0], v[1], v[2], v[3], type);
+    if (lua_type(L, 2) == LUA_TBOOLEAN)
+        Integer(pname, lua_toboolean(L, 2));
+    else
+        Float(pname, CheckFloat(L, 2));
     return 0;
 }
 
@@ -942,16 +617,6 @@ int CopyTexSubImage(lua_State* L)
     return 0;
 }
 
-int Scissor(lua_State* L)
-{
-    return FourInts<glScissor>(L);
-}
-
-int Viewport(lua_State* L)
-{
-    return FourInts<glViewport>(L);
-}
-
 // ---------------------------------------------------------------------------
 // Images from and to tables, and from and to native memory blocks.
 
@@ -995,6 +660,17 @@ void* CheckDataBytes(lua_State* L, int narg, size_t needed)
         throw ArgumentError(narg, "data block too small (" + std::to_string(block.bytes.size()) +
                                       " bytes, " + std::to_string(needed) + " needed)");
     return block.bytes.data();
+}
+
+// A table of the values in `bytes` bytes of memory the module keeps. They
+// are copied into scratch first: building the table allocates, and a
+// finalizer run by that could replace or free the memory.
+void PushCopy(lua_State* L, GLenum type, const void* values, size_t bytes)
+{
+    void* copy = PushScratch(L, bytes);
+    if (bytes > 0)
+        std::memcpy(copy, values, bytes);
+    PushPixelTable(L, type, copy, bytes / PixelTypeSize(type));
 }
 
 // Pixels from a table (or null for a nil table where OpenGL allows it).
@@ -1072,6 +748,30 @@ int ReadPixelsRaw(lua_State* L)
     return 0;
 }
 
+// `rows` rows of `width` set-or-clear items from the table of tables at
+// `narg`, packed most significant bit first, rows a whole byte apart, into
+// scratch. A row that is not a table, or shorter than `width`, is `bad`.
+GLubyte* PackBitRows(lua_State* L, int narg, size_t rows, size_t width, const char* bad)
+{
+    const size_t rowBytes = (width + 7) / 8;
+    auto* bits = static_cast<GLubyte*>(PushScratch(L, rowBytes * rows));
+    for (size_t r = 0; r < rows; ++r) {
+        lua_rawgeti(L, narg, static_cast<int>(r + 1));
+        if (lua_type(L, -1) != LUA_TTABLE || lua_objlen(L, -1) < width) {
+            lua_pop(L, 1);
+            throw ArgumentError(narg, bad);
+        }
+        for (size_t i = 0; i < width; ++i) {
+            lua_rawgeti(L, -1, static_cast<int>(i + 1));
+            if (IsSet(L))
+                bits[r * rowBytes + i / 8] |= static_cast<GLubyte>(0x80u >> (i % 8));
+            lua_pop(L, 1);
+        }
+        lua_pop(L, 1);
+    }
+    return bits;
+}
+
 // The bitmap as a table of rows of 0/1 values (non-zero is set), the first
 // row at the bottom as OpenGL draws it.
 int Bitmap(lua_State* L)
@@ -1089,23 +789,7 @@ int Bitmap(lua_State* L)
         throw ArgumentError(5, "must be a table of tables");
     if (rows > 65536 || width > 65536)
         throw ArgumentError(5, "bitmap too large");
-    const size_t rowBytes = (width + 7) / 8;
-    auto* bits = static_cast<GLubyte*>(PushScratch(L, rowBytes * rows));
-    for (size_t r = 0; r < rows; ++r) {
-        lua_rawgeti(L, 5, static_cast<int>(r + 1));
-        if (lua_type(L, -1) != LUA_TTABLE) {
-            lua_pop(L, 1);
-            throw ArgumentError(5, "must be a table of tables");
-        }
-        size_t n = std::min(width, lua_objlen(L, -1));
-        for (size_t i = 0; i < n; ++i) {
-            lua_rawgeti(L, -1, static_cast<int>(i + 1));
-            if (lua_toboolean(L, -1) && !(lua_type(L, -1) == LUA_TNUMBER && lua_tonumber(L, -1) == 0))
-                bits[r * rowBytes + i / 8] |= static_cast<GLubyte>(0x80u >> (i % 8));
-            lua_pop(L, 1);
-        }
-        lua_pop(L, 1);
-    }
+    GLubyte* bits = PackBitRows(L, 5, rows, width, "must be a table of tables");
     TightPixelStore tight;
     glBitmap(static_cast<GLsizei>(width), static_cast<GLsizei>(rows), v[0], v[1], v[2], v[3], bits);
     return 0;
@@ -1132,21 +816,7 @@ int PolygonStipple(lua_State* L)
     const char* badSize = "invalid stipple size (width != 32 && height != 32)";
     if (CheckTable(L, 1) != 32)
         throw ArgumentError(1, badSize);
-    auto* mask = static_cast<GLubyte*>(PushScratch(L, 128));
-    for (int r = 0; r < 32; ++r) {
-        lua_rawgeti(L, 1, r + 1);
-        if (lua_type(L, -1) != LUA_TTABLE || lua_objlen(L, -1) != 32) {
-            lua_pop(L, 1);
-            throw ArgumentError(1, badSize);
-        }
-        for (int i = 0; i < 32; ++i) {
-            lua_rawgeti(L, -1, i + 1);
-            if (lua_toboolean(L, -1) && !(lua_type(L, -1) == LUA_TNUMBER && lua_tonumber(L, -1) == 0))
-                mask[r * 4 + i / 8] |= static_cast<GLubyte>(0x80u >> (i % 8));
-            lua_pop(L, 1);
-        }
-        lua_pop(L, 1);
-    }
+    GLubyte* mask = PackBitRows(L, 1, 32, 32, badSize);
     TightPixelStore tight;
     glPolygonStipple(mask);
     return 0;
@@ -1196,22 +866,13 @@ int TexImageAt(lua_State* L, bool twoD)
     return 0;
 }
 
-int TexImage1D(lua_State* L)
+// A texture call in one or two dimensions (0: by the target argument).
+template <int (*At)(lua_State*, bool), int Dimensions>
+int ByDimensions(lua_State* L)
 {
     RequireContext();
-    return TexImageAt(L, false);
-}
-
-int TexImage2D(lua_State* L)
-{
-    RequireContext();
-    return TexImageAt(L, true);
-}
-
-int TexImage(lua_State* L)
-{
-    RequireContext();
-    return TexImageAt(L, !Is1D(CheckEnum(L, 1)));
+    bool twoD = Dimensions == 0 ? !Is1D(CheckEnum(L, 1)) : Dimensions == 2;
+    return At(L, twoD);
 }
 
 // (target, level, xoffset, [yoffset,] width, [height,] format, type, pixels).
@@ -1237,24 +898,6 @@ int TexSubImageAt(lua_State* L, bool twoD)
     else
         glTexSubImage1D(target, level, xoffset, width, format, type, pixels);
     return 0;
-}
-
-int TexSubImage1D(lua_State* L)
-{
-    RequireContext();
-    return TexSubImageAt(L, false);
-}
-
-int TexSubImage2D(lua_State* L)
-{
-    RequireContext();
-    return TexSubImageAt(L, true);
-}
-
-int TexSubImage(lua_State* L)
-{
-    RequireContext();
-    return TexSubImageAt(L, !Is1D(CheckEnum(L, 1)));
 }
 
 // The size of a texture level; only the two targets whose images
@@ -1353,11 +996,7 @@ int GetPixelMap(lua_State* L)
     size = std::clamp(size, 0, 65536);
     auto* values = static_cast<GLfloat*>(PushScratch(L, size_t(size) * sizeof(GLfloat)));
     glGetPixelMapfv(map, values);
-    lua_createtable(L, size, 0);
-    for (GLint i = 0; i < size; ++i) {
-        lua_pushnumber(L, values[i]);
-        lua_rawseti(L, -2, i + 1);
-    }
+    PushPixelTable(L, GL_FLOAT, values, size_t(size));
     return 1;
 }
 
@@ -1506,11 +1145,7 @@ int GetSelectBuffer(lua_State* L)
     if (values == nullptr)
         return 0;
     size_t n = std::min<size_t>(size, static_cast<size_t>(std::max<lua_Integer>(count, 0)));
-    lua_createtable(L, static_cast<int>(n), 0);
-    for (size_t i = 0; i < n; ++i) {
-        lua_pushnumber(L, values[i]);
-        lua_rawseti(L, -2, static_cast<int>(i + 1));
-    }
+    PushCopy(L, GL_UNSIGNED_INT, values, n * sizeof(GLuint));
     return 1;
 }
 
@@ -1554,17 +1189,8 @@ int RenderMode(lua_State* L)
     size_t n = values ? bytes / sizeof(GLfloat) : 0;
     if (count >= 0)
         n = std::min(n, size_t(count));
-    lua_createtable(L, static_cast<int>(n), 0);
-    for (size_t i = 0; i < n; ++i) {
-        lua_pushnumber(L, values[i]);
-        lua_rawseti(L, -2, static_cast<int>(i + 1));
-    }
+    PushCopy(L, GL_FLOAT, values, n * sizeof(GLfloat));
     return 2;
-}
-
-int PassThrough(lua_State* L)
-{
-    return OneFloat<glPassThrough>(L);
 }
 
 // ---------------------------------------------------------------------------
@@ -1616,12 +1242,7 @@ int DataValues(lua_State* L)
     if (size == 0)
         throw ArgumentError(2, "unsupported pixel type");
     DataBlock& block = CheckData(L, 1);
-    // Copied out first: building the table allocates, and a finalizer run
-    // by that could free the block.
-    size_t count = block.bytes.size() / size;
-    void* copy = PushScratch(L, count * size);
-    std::memcpy(copy, block.bytes.data(), count * size);
-    PushPixelTable(L, type, copy, count);
+    PushCopy(L, type, block.bytes.data(), block.bytes.size() / size * size);
     return 1;
 }
 
@@ -1797,79 +1418,60 @@ int TexParameter(lua_State* L) { return Param2<glTexParameterf, glTexParameteri,
 
 int TexGen(lua_State* L) { return Param2<glTexGenf, glTexGeni, glTexGenfv>(L); }
 
-int ClearIndex(lua_State* L) { return OneFloat<glClearIndex>(L); }
-int ClearDepth(lua_State* L)
-{
-    RequireContext();
-    glClearDepth(CheckNumber(L, 1));
-    return 0;
-}
-int ColorMaterial(lua_State* L) { return TwoEnums<glColorMaterial>(L); }
-int DepthRange(lua_State* L) { return TwoDoubles<glDepthRange>(L); }
-int Hint(lua_State* L) { return TwoEnums<glHint>(L); }
-int IndexMask(lua_State* L) { return OneUInt<glIndexMask>(L); }
-int StencilMask(lua_State* L) { return OneUInt<glStencilMask>(L); }
-int ListBase(lua_State* L) { return OneUInt<glListBase>(L); }
-int LoadName(lua_State* L) { return OneUInt<glLoadName>(L); }
-int PushName(lua_State* L) { return OneUInt<glPushName>(L); }
-int ClearStencil(lua_State* L) { return OneInt<glClearStencil>(L); }
-int Scale(lua_State* L) { return ThreeDoubles<glScaled>(L); }
-int Translate(lua_State* L) { return ThreeDoubles<glTranslated>(L); }
-
 const luaL_Reg kFunctions[] = {
-    {"Accum", LuaBoundary<Accum>},
-    {"AlphaFunc", LuaBoundary<AlphaFunc>},
+    {"Accum", LuaBoundary<Call<glAccum, E, F>>},
+    {"AlphaFunc", LuaBoundary<Call<glAlphaFunc, E, F>>},
     {"AreTexturesResident", LuaBoundary<AreTexturesResident>},
     {"ArrayElement", LuaBoundary<ArrayElement>},
     {"Begin", LuaBoundary<Begin>},
-    {"BindTexture", LuaBoundary<BindTexture>},
+    {"BindTexture", LuaBoundary<Call<glBindTexture, E, U>>},
     {"Bitmap", LuaBoundary<Bitmap>},
     {"BitmapRaw", LuaBoundary<BitmapRaw>},
-    {"BlendFunc", LuaBoundary<TwoEnums<glBlendFunc>>},
-    {"CallList", LuaBoundary<CallList>},
+    {"BlendFunc", LuaBoundary<Call<glBlendFunc, E, E>>},
+    {"CallList", LuaBoundary<ChangingArrays<glCallList, U>>},
     {"CallLists", LuaBoundary<CallLists>},
-    {"Clear", LuaBoundary<OneEnum<glClear>>},
-    {"ClearAccum", LuaBoundary<FourFloats<glClearAccum>>},
-    {"ClearColor", LuaBoundary<FourFloats<glClearColor>>},
-    {"ClearDepth", LuaBoundary<ClearDepth>},
-    {"ClearIndex", LuaBoundary<ClearIndex>},
-    {"ClearStencil", LuaBoundary<ClearStencil>},
+    {"Clear", LuaBoundary<Call<glClear, E>>},
+    {"ClearAccum", LuaBoundary<Call<glClearAccum, F, F, F, F>>},
+    {"ClearColor", LuaBoundary<Call<glClearColor, F, F, F, F>>},
+    {"ClearDepth", LuaBoundary<Call<glClearDepth, D>>},
+    {"ClearIndex", LuaBoundary<Call<glClearIndex, F>>},
+    {"ClearStencil", LuaBoundary<Call<glClearStencil, I>>},
     {"ClipPlane", LuaBoundary<ClipPlane>},
     {"Color", LuaBoundary<Color>},
-    {"ColorMask", LuaBoundary<ColorMask>},
-    {"ColorMaterial", LuaBoundary<ColorMaterial>},
+    {"ColorMask", LuaBoundary<Call<glColorMask, B, B, B, B>>},
+    {"ColorMaterial", LuaBoundary<Call<glColorMaterial, E, E>>},
     {"ColorPointer", LuaBoundary<SizedPointer<GL_COLOR_ARRAY, glColorPointer, 3, 4>>},
-    {"CopyPixels", LuaBoundary<CopyPixels>},
+    {"CopyPixels", LuaBoundary<Call<glCopyPixels, I, I, I, I, E>>},
     {"CopyTexImage", LuaBoundary<CopyTexImage>},
     {"CopyTexSubImage", LuaBoundary<CopyTexSubImage>},
-    {"CullFace", LuaBoundary<OneEnum<glCullFace>>},
+    {"CullFace", LuaBoundary<Call<glCullFace, E>>},
     {"DeleteLists", LuaBoundary<DeleteLists>},
     {"DeleteTextures", LuaBoundary<DeleteTextures>},
-    {"DepthFunc", LuaBoundary<OneEnum<glDepthFunc>>},
-    {"DepthMask", LuaBoundary<DepthMask>},
-    {"DepthRange", LuaBoundary<DepthRange>},
-    {"Disable", LuaBoundary<DisableCap>},
-    {"DisableClientState", LuaBoundary<ClientState<glDisableClientState>>},
+    {"DepthFunc", LuaBoundary<Call<glDepthFunc, E>>},
+    {"DepthMask", LuaBoundary<Call<glDepthMask, B>>},
+    {"DepthRange", LuaBoundary<Call<glDepthRange, D, D>>},
+    {"Disable", LuaBoundary<ChangingArrays<glDisable, E>>},
+    {"DisableClientState", LuaBoundary<ChangingArrays<glDisableClientState, E>>},
     {"DrawArrays", LuaBoundary<DrawArrays>},
-    {"DrawBuffer", LuaBoundary<OneEnum<glDrawBuffer>>},
+    {"DrawBuffer", LuaBoundary<Call<glDrawBuffer, E>>},
     {"DrawElements", LuaBoundary<DrawElements>},
     {"DrawPixels", LuaBoundary<DrawPixels>},
     {"DrawPixelsRaw", LuaBoundary<DrawPixelsRaw>},
-    {"EdgeFlag", LuaBoundary<EdgeFlag>},
+    {"EdgeFlag", LuaBoundary<Call<glEdgeFlag, B>>},
     {"EdgeFlagPointer", LuaBoundary<EdgeFlagPointer>},
-    {"Enable", LuaBoundary<EnableCap>},
-    {"EnableClientState", LuaBoundary<ClientState<glEnableClientState>>},
+    {"Enable", LuaBoundary<ChangingArrays<glEnable, E>>},
+    {"EnableClientState", LuaBoundary<ChangingArrays<glEnableClientState, E>>},
     {"End", LuaBoundary<End>},
-    {"EndList", LuaBoundary<NoArgs<glEndList>>},
+    {"EndList", LuaBoundary<Call<glEndList>>},
     {"EvalCoord", LuaBoundary<EvalCoord>},
     {"EvalMesh", LuaBoundary<EvalMesh>},
     {"EvalPoint", LuaBoundary<EvalPoint>},
     {"FeedbackBuffer", LuaBoundary<FeedbackBuffer>},
-    {"Finish", LuaBoundary<NoArgs<glFinish>>},
-    {"Flush", LuaBoundary<NoArgs<glFlush>>},
+    {"Finish", LuaBoundary<Call<glFinish>>},
+    {"Flush", LuaBoundary<Call<glFlush>>},
     {"Fog", LuaBoundary<Fog>},
-    {"FrontFace", LuaBoundary<OneEnum<glFrontFace>>},
-    {"Frustum", LuaBoundary<SixDoubles<glFrustum>>},
+    {"FrontFace", LuaBoundary<Call<glFrontFace, E>>},
+    {"Frustum", LuaBoundary<Call<glFrustum, D, D, D, D, D, D>>},
     {"GenLists", LuaBoundary<GenLists>},
     {"GenTextures", LuaBoundary<GenTextures>},
     {"Get", LuaBoundary<Get>},
@@ -1890,83 +1492,83 @@ const luaL_Reg kFunctions[] = {
     {"GetTexImageRaw", LuaBoundary<GetTexImageRaw>},
     {"GetTexLevelParameter", LuaBoundary<GetTexLevelParameter>},
     {"GetTexParameter", LuaBoundary<GetParam2<glGetTexParameterfv>>},
-    {"Hint", LuaBoundary<Hint>},
-    {"Index", LuaBoundary<Index>},
-    {"IndexMask", LuaBoundary<IndexMask>},
+    {"Hint", LuaBoundary<Call<glHint, E, E>>},
+    {"Index", LuaBoundary<Call<glIndexd, D>>},
+    {"IndexMask", LuaBoundary<Call<glIndexMask, U>>},
     {"IndexPointer", LuaBoundary<FixedPointer<GL_INDEX_ARRAY, glIndexPointer, 1>>},
-    {"InitNames", LuaBoundary<NoArgs<glInitNames>>},
+    {"InitNames", LuaBoundary<Call<glInitNames>>},
     {"IsEnabled", LuaBoundary<IsEnabled>},
     {"IsList", LuaBoundary<IsObject<glIsList>>},
     {"IsTexture", LuaBoundary<IsObject<glIsTexture>>},
     {"Light", LuaBoundary<Light>},
     {"LightModel", LuaBoundary<LightModel>},
-    {"LineStipple", LuaBoundary<LineStipple>},
-    {"LineWidth", LuaBoundary<OneFloat<glLineWidth>>},
-    {"ListBase", LuaBoundary<ListBase>},
-    {"LoadIdentity", LuaBoundary<NoArgs<glLoadIdentity>>},
-    {"LoadMatrix", LuaBoundary<LoadMatrix>},
-    {"LoadName", LuaBoundary<LoadName>},
-    {"LogicOp", LuaBoundary<OneEnum<glLogicOp>>},
+    {"LineStipple", LuaBoundary<Call<glLineStipple, I, U>>},
+    {"LineWidth", LuaBoundary<Call<glLineWidth, F>>},
+    {"ListBase", LuaBoundary<Call<glListBase, U>>},
+    {"LoadIdentity", LuaBoundary<Call<glLoadIdentity>>},
+    {"LoadMatrix", LuaBoundary<MatrixCall<glLoadMatrixd>>},
+    {"LoadName", LuaBoundary<Call<glLoadName, U>>},
+    {"LogicOp", LuaBoundary<Call<glLogicOp, E>>},
     {"Map", LuaBoundary<Map>},
     {"MapGrid", LuaBoundary<MapGrid>},
     {"Material", LuaBoundary<Material>},
-    {"MatrixMode", LuaBoundary<OneEnum<glMatrixMode>>},
-    {"MultMatrix", LuaBoundary<MultMatrix>},
-    {"NewList", LuaBoundary<NewList>},
+    {"MatrixMode", LuaBoundary<Call<glMatrixMode, E>>},
+    {"MultMatrix", LuaBoundary<MatrixCall<glMultMatrixd>>},
+    {"NewList", LuaBoundary<Call<glNewList, U, E>>},
     {"Normal", LuaBoundary<Normal>},
     {"NormalPointer", LuaBoundary<FixedPointer<GL_NORMAL_ARRAY, glNormalPointer, 3>>},
-    {"Ortho", LuaBoundary<SixDoubles<glOrtho>>},
-    {"PassThrough", LuaBoundary<PassThrough>},
+    {"Ortho", LuaBoundary<Call<glOrtho, D, D, D, D, D, D>>},
+    {"PassThrough", LuaBoundary<Call<glPassThrough, F>>},
     {"PixelMap", LuaBoundary<PixelMap>},
-    {"PixelStore", LuaBoundary<PixelStore>},
-    {"PixelTransfer", LuaBoundary<PixelTransfer>},
-    {"PixelZoom", LuaBoundary<PixelZoom>},
-    {"PointSize", LuaBoundary<OneFloat<glPointSize>>},
-    {"PolygonMode", LuaBoundary<PolygonMode>},
-    {"PolygonOffset", LuaBoundary<PolygonOffset>},
+    {"PixelStore", LuaBoundary<PixelParameter<glPixelStorei, glPixelStoref>>},
+    {"PixelTransfer", LuaBoundary<PixelParameter<glPixelTransferi, glPixelTransferf>>},
+    {"PixelZoom", LuaBoundary<Call<glPixelZoom, F, F>>},
+    {"PointSize", LuaBoundary<Call<glPointSize, F>>},
+    {"PolygonMode", LuaBoundary<Call<glPolygonMode, E, E>>},
+    {"PolygonOffset", LuaBoundary<Call<glPolygonOffset, F, F>>},
     {"PolygonStipple", LuaBoundary<PolygonStipple>},
-    {"PopAttrib", LuaBoundary<NoArgs<glPopAttrib>>},
-    {"PopClientAttrib", LuaBoundary<PopClientAttrib>},
-    {"PopMatrix", LuaBoundary<NoArgs<glPopMatrix>>},
-    {"PopName", LuaBoundary<NoArgs<glPopName>>},
+    {"PopAttrib", LuaBoundary<Call<glPopAttrib>>},
+    {"PopClientAttrib", LuaBoundary<ChangingArrays<glPopClientAttrib>>},
+    {"PopMatrix", LuaBoundary<Call<glPopMatrix>>},
+    {"PopName", LuaBoundary<Call<glPopName>>},
     {"PrioritizeTextures", LuaBoundary<PrioritizeTextures>},
-    {"PushAttrib", LuaBoundary<OneEnum<glPushAttrib>>},
-    {"PushClientAttrib", LuaBoundary<OneEnum<glPushClientAttrib>>},
-    {"PushMatrix", LuaBoundary<NoArgs<glPushMatrix>>},
-    {"PushName", LuaBoundary<PushName>},
+    {"PushAttrib", LuaBoundary<Call<glPushAttrib, E>>},
+    {"PushClientAttrib", LuaBoundary<Call<glPushClientAttrib, E>>},
+    {"PushMatrix", LuaBoundary<Call<glPushMatrix>>},
+    {"PushName", LuaBoundary<Call<glPushName, U>>},
     {"RasterPos", LuaBoundary<RasterPos>},
-    {"ReadBuffer", LuaBoundary<OneEnum<glReadBuffer>>},
+    {"ReadBuffer", LuaBoundary<Call<glReadBuffer, E>>},
     {"ReadPixels", LuaBoundary<ReadPixels>},
     {"ReadPixelsRaw", LuaBoundary<ReadPixelsRaw>},
     {"Rect", LuaBoundary<Rect>},
     {"RenderMode", LuaBoundary<RenderMode>},
-    {"Rotate", LuaBoundary<Rotate>},
-    {"Scale", LuaBoundary<Scale>},
-    {"Scissor", LuaBoundary<Scissor>},
+    {"Rotate", LuaBoundary<Call<glRotated, D, D, D, D>>},
+    {"Scale", LuaBoundary<Call<glScaled, D, D, D>>},
+    {"Scissor", LuaBoundary<Call<glScissor, I, I, I, I>>},
     {"SelectBuffer", LuaBoundary<SelectBuffer>},
     {"GetSelectBuffer", LuaBoundary<GetSelectBuffer>},
     {"FreeSelectBuffer", LuaBoundary<FreeSelectBuffer>},
     {"NewData", LuaBoundary<NewData>},
     {"FreeData", LuaBoundary<LuaData::ReleaseMethod>},
-    {"ShadeModel", LuaBoundary<OneEnum<glShadeModel>>},
-    {"StencilFunc", LuaBoundary<StencilFunc>},
-    {"StencilMask", LuaBoundary<StencilMask>},
-    {"StencilOp", LuaBoundary<StencilOp>},
+    {"ShadeModel", LuaBoundary<Call<glShadeModel, E>>},
+    {"StencilFunc", LuaBoundary<Call<glStencilFunc, E, I, U>>},
+    {"StencilMask", LuaBoundary<Call<glStencilMask, U>>},
+    {"StencilOp", LuaBoundary<Call<glStencilOp, E, E, E>>},
     {"TexCoord", LuaBoundary<TexCoord>},
     {"TexCoordPointer", LuaBoundary<SizedPointer<GL_TEXTURE_COORD_ARRAY, glTexCoordPointer, 1, 4>>},
     {"TexEnv", LuaBoundary<TexEnv>},
     {"TexGen", LuaBoundary<TexGen>},
-    {"TexImage", LuaBoundary<TexImage>},
-    {"TexImage1D", LuaBoundary<TexImage1D>},
-    {"TexImage2D", LuaBoundary<TexImage2D>},
-    {"TexSubImage", LuaBoundary<TexSubImage>},
-    {"TexSubImage1D", LuaBoundary<TexSubImage1D>},
-    {"TexSubImage2D", LuaBoundary<TexSubImage2D>},
+    {"TexImage", LuaBoundary<ByDimensions<TexImageAt, 0>>},
+    {"TexImage1D", LuaBoundary<ByDimensions<TexImageAt, 1>>},
+    {"TexImage2D", LuaBoundary<ByDimensions<TexImageAt, 2>>},
+    {"TexSubImage", LuaBoundary<ByDimensions<TexSubImageAt, 0>>},
+    {"TexSubImage1D", LuaBoundary<ByDimensions<TexSubImageAt, 1>>},
+    {"TexSubImage2D", LuaBoundary<ByDimensions<TexSubImageAt, 2>>},
     {"TexParameter", LuaBoundary<TexParameter>},
-    {"Translate", LuaBoundary<Translate>},
+    {"Translate", LuaBoundary<Call<glTranslated, D, D, D>>},
     {"Vertex", LuaBoundary<Vertex>},
     {"VertexPointer", LuaBoundary<SizedPointer<GL_VERTEX_ARRAY, glVertexPointer, 2, 4>>},
-    {"Viewport", LuaBoundary<Viewport>},
+    {"Viewport", LuaBoundary<Call<glViewport, I, I, I, I>>},
     {nullptr, nullptr},
 };
 
