@@ -61,8 +61,13 @@ const char* ConstantName(lua_Integer value)
 
 GLenum CheckEnum(lua_State* L, int narg)
 {
-    if (lua_type(L, narg) == LUA_TNUMBER)
-        return static_cast<GLenum>(utility::CheckInteger(L, narg));
+    if (lua_type(L, narg) == LUA_TNUMBER) {
+        // Taken exactly or refused: no value wraps onto another.
+        lua_Integer value = utility::CheckInteger(L, narg);
+        if (value < 0 || static_cast<unsigned long long>(value) > std::numeric_limits<GLenum>::max())
+            throw ArgumentError(narg, "unknown or invalid enumeration");
+        return static_cast<GLenum>(value);
+    }
     std::string_view text = utility::CheckLString(L, narg);
     lua_Integer combined = 0;
     while (true) {

@@ -29,7 +29,16 @@ constexpr auto E = CheckEnum;           // GLenum, GLbitfield
 constexpr auto F = CheckFloat;          // GLfloat, GLclampf
 constexpr auto D = utility::CheckNumber; // GLdouble, GLclampd
 constexpr auto I = utility::CheckInt;   // GLint, GLsizei
-constexpr auto U = CheckUInt;           // GLuint, GLushort
+constexpr auto U = CheckUInt;           // GLuint
+
+// GLushort: taken exactly or refused.
+GLushort CheckUShort(lua_State* L, int narg)
+{
+    GLuint value = CheckUInt(L, narg);
+    if (value > 0xFFFF)
+        throw ArgumentError(narg, "number out of range");
+    return static_cast<GLushort>(value);
+}
 constexpr auto B = CheckBoolean;        // GLboolean
 
 template <auto Fn, auto... Read, size_t... I>
@@ -586,12 +595,15 @@ int CopyTexImage(lua_State* L)
     GLint x = CheckInt(L, 4);
     GLint y = CheckInt(L, 5);
     GLsizei width = CheckInt(L, 6);
+    // OpenGL makes the texture's storage: bounded like an image of floats.
     if (Is1D(target)) {
         GLint border = CheckInt(L, 7);
+        TightImageBytes(width, 1, GL_RGBA, GL_FLOAT, 3, 3);
         glCopyTexImage1D(target, level, internalFormat, x, y, width, border);
     } else {
         GLsizei height = CheckInt(L, 7);
         GLint border = CheckInt(L, 8);
+        TightImageBytes(width, height, GL_RGBA, GL_FLOAT, 3, 3);
         glCopyTexImage2D(target, level, internalFormat, x, y, width, height, border);
     }
     return 0;
@@ -1502,7 +1514,7 @@ const luaL_Reg kFunctions[] = {
     {"IsTexture", LuaBoundary<IsObject<glIsTexture>>},
     {"Light", LuaBoundary<Light>},
     {"LightModel", LuaBoundary<LightModel>},
-    {"LineStipple", LuaBoundary<Call<glLineStipple, I, U>>},
+    {"LineStipple", LuaBoundary<Call<glLineStipple, I, CheckUShort>>},
     {"LineWidth", LuaBoundary<Call<glLineWidth, F>>},
     {"ListBase", LuaBoundary<Call<glListBase, U>>},
     {"LoadIdentity", LuaBoundary<Call<glLoadIdentity>>},
