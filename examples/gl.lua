@@ -7,7 +7,9 @@
 require "vyrlua.vyrcontrols"
 local gl = require "vyrlua.gl"
 
-local win = vyrcontrols.NewWindow("gl", vyrlua_CreateNewRectF32(100, 100, 320, 240), "gl")
+-- A global: a window lives while a wrapper holds it, and the timer below
+-- runs after this chunk has ended.
+win = vyrcontrols.NewWindow("gl", vyrlua_CreateNewRectF32(100, 100, 320, 240), "gl")
 local view = vyrcontrols.NewOpenGLView("spinner", vyrlua_CreateNewRectF32(20, 20, 280, 200))
 win:ChildPushBack(view)
 
