@@ -208,7 +208,13 @@ TEST_F(GLTest, ClientMemoryIsCheckedAgainstWhatOpenGLWillTouch)
     EXPECT_EQ(Error("gl.PixelStore('PACK_ROW_LENGTH', 8) "
                     "gl.ReadPixelsRaw(0, 0, 4, 4, 'RGBA', 'UNSIGNED_BYTE', gl.NewData(64))"),
               "test:1: bad argument #7 to 'ReadPixelsRaw' (data block too small (64 bytes, 112 needed))");
+    // Sizes the script's pixel-store state makes too large to compute.
+    EXPECT_EQ(Error("gl.PixelStore('PACK_ROW_LENGTH', 2^30) gl.PixelStore('PACK_SKIP_ROWS', 2^30 - 3) "
+                    "gl.ReadPixelsRaw(0, 0, 4, 4, 'RGBA', 'FLOAT', gl.NewData(64))"),
+              "test:1: bad argument #7 to 'ReadPixelsRaw' (data block too small (64 bytes, "
+              "18446744073709551615 needed))");
     EXPECT_EQ(Run(R"(
+        gl.PixelStore('PACK_SKIP_ROWS', 0)
         gl.PixelStore('PACK_ROW_LENGTH', 0)
         gl.ClearColor(0, 0, 1, 1) gl.Clear('COLOR_BUFFER_BIT')
         local block = gl.NewData(16)

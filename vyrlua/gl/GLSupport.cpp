@@ -363,7 +363,14 @@ size_t StoredImageBytes(int width, int height, GLenum format, GLenum type, bool 
     rowBytes = (rowBytes + a - 1) / a * a;
     // Whole rows up to the last, then the last row's used part (which may be
     // longer than the stride when skipped pixels push it past a short row).
-    return (sr + size_t(height) - 1) * rowBytes + lastRow;
+    // The pixel-store values come from the script: a size that does not fit
+    // is one no block can hold.
+    size_t rows = 0, whole = 0, total = 0;
+    if (__builtin_add_overflow(sr, size_t(height) - 1, &rows) ||
+        __builtin_mul_overflow(rows, rowBytes, &whole) ||
+        __builtin_add_overflow(whole, lastRow, &total))
+        return SIZE_MAX;
+    return total;
 }
 
 TightPixelStore::TightPixelStore()

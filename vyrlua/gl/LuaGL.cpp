@@ -5,6 +5,8 @@
 #include "vyrlua/utility/LuaModules.h"
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <tuple>
@@ -269,7 +271,9 @@ int EvalMesh(lua_State* L)
     GLint a = CheckInt(L, 2);
     GLint b = CheckInt(L, 3);
     // The mesh is evaluated point by point: bounded like an image.
-    auto span = [](GLint from, GLint to) { return to >= from ? size_t(to - from) + 1 : 0; };
+    auto span = [](GLint from, GLint to) {
+        return to >= from ? static_cast<size_t>(static_cast<long long>(to) - from) + 1 : 0;
+    };
     if (lua_isnoneornil(L, 4)) {
         if (span(a, b) > kMaxMeshPoints)
             throw LuaError("EvalMesh: too many points");
@@ -572,10 +576,16 @@ int PixelParameter(lua_State* L)
 {
     RequireContext();
     GLenum pname = CheckEnum(L, 1);
-    if (lua_type(L, 2) == LUA_TBOOLEAN)
+    if (lua_type(L, 2) == LUA_TBOOLEAN) {
         Integer(pname, lua_toboolean(L, 2));
+        return 0;
+    }
+    // Whole numbers go as integers: a float cannot carry every int.
+    lua_Number n = CheckNumber(L, 2);
+    if (n == std::floor(n) && n >= INT_MIN && n <= INT_MAX)
+        Integer(pname, static_cast<GLint>(n));
     else
-        Float(pname, CheckFloat(L, 2));
+        Float(pname, utility::ToFloat(n));
     return 0;
 }
 

@@ -9,6 +9,7 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace vyrui::gl {
@@ -33,6 +34,11 @@ struct Display {
 
     Display()
     {
+        // Mesa's software rasteriser draws on helper threads unless told
+        // otherwise. Views are small, and without helper threads a process
+        // that forks (test harnesses, crash handling) can go on drawing in
+        // the child. A setting made outside is kept.
+        setenv("LP_NUM_THREADS", "0", 0);
         // Surfaceless first: it needs no window system and no device, so it
         // works on a headless machine with the software rasteriser.
         auto getPlatformDisplay = reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(
