@@ -709,65 +709,67 @@ void* ReadImage(lua_State* L, int narg, int width, int height, GLenum format, GL
     return pixels;
 }
 
-int DrawPixels(lua_State* L)
+// An image's (width, height, format, type) from argument `first` on; the
+// type may be optional (FLOAT).
+struct ImageArgs {
+    GLsizei width;
+    GLsizei height;
+    GLenum format;
+    GLenum type;
+};
+
+ImageArgs ReadImageArgs(lua_State* L, int first, bool typeOptional)
 {
-    RequireContext();
-    GLsizei width = CheckInt(L, 1);
-    GLsizei height = CheckInt(L, 2);
-    GLenum format = CheckEnum(L, 3);
-    GLenum type = CheckEnum(L, 4);
-    void* pixels = ReadImage(L, 5, width, height, format, type, 3, 4, false);
-    TightPixelStore tight;
-    glDrawPixels(width, height, format, type, pixels);
-    return 0;
+    ImageArgs a;
+    a.width = CheckInt(L, first);
+    a.height = CheckInt(L, first + 1);
+    a.format = CheckEnum(L, first + 2);
+    a.type = typeOptional ? OptEnum(L, first + 3, GL_FLOAT) : CheckEnum(L, first + 3);
+    return a;
 }
 
-int DrawPixelsRaw(lua_State* L)
+// DrawPixels(width, height, format, type, pixels): a table, or for the Raw
+// variant a data block sized against the unpack state.
+template <bool Raw>
+int DrawPixelsFrom(lua_State* L)
 {
     RequireContext();
-    GLsizei width = CheckInt(L, 1);
-    GLsizei height = CheckInt(L, 2);
-    GLenum format = CheckEnum(L, 3);
-    GLenum type = CheckEnum(L, 4);
-    size_t needed = StoredImageBytes(width, height, format, type, false, 3, 4);
-    void* pixels = CheckDataBytes(L, 5, needed);
-    glDrawPixels(width, height, format, type, pixels);
-    return 0;
-}
-
-// (x, y, width, height, format[, type]) -> a table of the pixel values.
-int ReadPixels(lua_State* L)
-{
-    RequireContext();
-    GLint x = CheckInt(L, 1);
-    GLint y = CheckInt(L, 2);
-    GLsizei width = CheckInt(L, 3);
-    GLsizei height = CheckInt(L, 4);
-    GLenum format = CheckEnum(L, 5);
-    GLenum type = OptEnum(L, 6, GL_FLOAT);
-    size_t bytes = TightImageBytes(width, height, format, type, 5, 6);
-    void* pixels = PushScratch(L, bytes);
-    {
+    ImageArgs a = ReadImageArgs(L, 1, false);
+    if constexpr (Raw) {
+        size_t needed = StoredImageBytes(a.width, a.height, a.format, a.type, false, 3, 4);
+        glDrawPixels(a.width, a.height, a.format, a.type, CheckDataBytes(L, 5, needed));
+    } else {
+        void* pixels = ReadImage(L, 5, a.width, a.height, a.format, a.type, 3, 4, false);
         TightPixelStore tight;
-        glReadPixels(x, y, width, height, format, type, pixels);
+        glDrawPixels(a.width, a.height, a.format, a.type, pixels);
     }
-    PushPixelTable(L, type, pixels, bytes / PixelTypeSize(type));
-    return 1;
+    return 0;
 }
 
-int ReadPixelsRaw(lua_State* L)
+// ReadPixels(x, y, width, height, format[, type]) -> a table of the values;
+// ReadPixelsRaw(x, y, width, height, format, type, block) fills the block,
+// sized against the pack state.
+template <bool Raw>
+int ReadPixelsInto(lua_State* L)
 {
     RequireContext();
     GLint x = CheckInt(L, 1);
     GLint y = CheckInt(L, 2);
-    GLsizei width = CheckInt(L, 3);
-    GLsizei height = CheckInt(L, 4);
-    GLenum format = CheckEnum(L, 5);
-    GLenum type = CheckEnum(L, 6);
-    size_t needed = StoredImageBytes(width, height, format, type, true, 5, 6);
-    void* pixels = CheckDataBytes(L, 7, needed);
-    glReadPixels(x, y, width, height, format, type, pixels);
-    return 0;
+    ImageArgs a = ReadImageArgs(L, 3, !Raw);
+    if constexpr (Raw) {
+        size_t needed = StoredImageBytes(a.width, a.height, a.format, a.type, true, 5, 6);
+        glReadPixels(x, y, a.width, a.height, a.format, a.type, CheckDataBytes(L, 7, needed));
+        return 0;
+    } else {
+        size_t bytes = TightImageBytes(a.width, a.height, a.format, a.type, 5, 6);
+        void* pixels = PushScratch(L, bytes);
+        {
+            TightPixelStore tight;
+            glReadPixels(x, y, a.width, a.height, a.format, a.type, pixels);
+        }
+        PushPixelTable(L, a.type, pixels, bytes / PixelTypeSize(a.type));
+        return 1;
+    }
 }
 
 // `rows` rows of `width` set-or-clear items from the table of tables at
@@ -1477,8 +1479,8 @@ const luaL_Reg kFunctions[] = {
     {"DrawArrays", LuaBoundary<DrawArrays>},
     {"DrawBuffer", LuaBoundary<Call<glDrawBuffer, E>>},
     {"DrawElements", LuaBoundary<DrawElements>},
-    {"DrawPixels", LuaBoundary<DrawPixels>},
-    {"DrawPixelsRaw", LuaBoundary<DrawPixelsRaw>},
+    {"DrawPixels", LuaBoundary<DrawPixelsFrom<false>>},
+    {"DrawPixelsRaw", LuaBoundary<DrawPixelsFrom<true>>},
     {"EdgeFlag", LuaBoundary<Call<glEdgeFlag, B>>},
     {"EdgeFlagPointer", LuaBoundary<EdgeFlagPointer>},
     {"Enable", LuaBoundary<ChangingArrays<glEnable, E>>},
@@ -1560,8 +1562,8 @@ const luaL_Reg kFunctions[] = {
     {"PushName", LuaBoundary<Call<glPushName, U>>},
     {"RasterPos", LuaBoundary<RasterPos>},
     {"ReadBuffer", LuaBoundary<Call<glReadBuffer, E>>},
-    {"ReadPixels", LuaBoundary<ReadPixels>},
-    {"ReadPixelsRaw", LuaBoundary<ReadPixelsRaw>},
+    {"ReadPixels", LuaBoundary<ReadPixelsInto<false>>},
+    {"ReadPixelsRaw", LuaBoundary<ReadPixelsInto<true>>},
     {"Rect", LuaBoundary<Rect>},
     {"RenderMode", LuaBoundary<RenderMode>},
     {"Rotate", LuaBoundary<Call<glRotated, D, D, D, D>>},
