@@ -33,7 +33,9 @@ protected:
     // the decoded image.
     boost::intrusive_ptr<vyrui::drawbot::ImageInterface> RenderPNG()
     {
-        std::string dir = ::testing::TempDir() + "vyrlua-gl-view";
+        // One folder per test: ctest runs the tests side by side.
+        std::string dir = ::testing::TempDir() + "vyrlua-gl-view-" +
+                          ::testing::UnitTest::GetInstance()->current_test_info()->name();
         std::filesystem::remove_all(dir);
         std::vector<std::string> written = vyrhost::RenderWindowsToPNG(dir);
         EXPECT_EQ(written.size(), 1u);
