@@ -6,6 +6,9 @@ pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 pkg_check_modules(SDL2 REQUIRED IMPORTED_TARGET sdl2)
 # JSON for property lists on disk (header-only).
 find_package(nlohmann_json 3.10 REQUIRED)
+# OpenGL through libglvnd: libOpenGL for the GL calls, libEGL for contexts.
+set(OpenGL_GL_PREFERENCE GLVND)
+find_package(OpenGL REQUIRED COMPONENTS OpenGL EGL)
 
 # Headers: always the 5.1 ones, so vyrlua.so is one binary for both Lua builds.
 add_library(vyr_lua_headers INTERFACE)

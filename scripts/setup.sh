@@ -9,6 +9,8 @@ packages=(
   libboost-dev libboost-regex-dev libicu-dev nlohmann-json3-dev
   libcairo2-dev libpango1.0-dev libpng-dev libjpeg-dev libgdk-pixbuf-2.0-dev
   libsdl2-dev fonts-dejavu-core
+
+  libegl-dev libgl-dev libgles-dev libegl-mesa0 libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev valgrind python3
 )
 

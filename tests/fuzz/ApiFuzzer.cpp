@@ -85,6 +85,12 @@ public:
         mExerciser->AdoptRecipes(Process().recipes);
         mExerciser->EnableStash(kStashSlots);
         mExerciser->SetNodeDestroyer(DestroyWrappedNode);
+        mExerciser->SetCallObserver([](bool entering) {
+            // One context for the whole run: the "gl" functions use it.
+            static vyrtest::GLContextKeeper glContext;
+            if (entering)
+                glContext.Ensure();
+        });
         mBaseValues = mExerciser->Values().size();
     }
 

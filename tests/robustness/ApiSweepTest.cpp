@@ -148,6 +148,11 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
     vyrtest::CallWatchdog watchdog(std::chrono::seconds(60));
     ApiExerciser exerciser(runtime.State(), inventory);
     exerciser.SetWatchdog(&watchdog);
+    vyrtest::GLContextKeeper glContext;
+    exerciser.SetCallObserver([&](bool entering) {
+        if (entering)
+            glContext.Ensure();
+    });
     exerciser.SetNodeDestroyer([](lua_State* L, int index) {
         vyrlua::ui::NodePtr node = vyrtest::WrappedNode(L, index);
         if (node)

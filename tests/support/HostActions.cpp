@@ -1,6 +1,7 @@
 #include "support/HostActions.h"
 
 #include "vyrui/EventLoop.h"
+#include "vyrui/gl/GLContext.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_Container.h"
@@ -119,6 +120,24 @@ void DestroyNodeHostSide(UI_Node& node)
     vyrui::ui::UI_Container::DeleteChildren(node);
     node.UI_SetBinder(nullptr);
     node.UI_GetPropertySlot().reset();
+}
+
+GLContextKeeper::GLContextKeeper()
+{
+    try {
+        mContext = std::make_unique<vyrui::gl::GLContext>();
+        mContext->SetFramebufferSize(16, 16);
+    } catch (const std::exception&) {
+        mContext.reset();
+    }
+}
+
+GLContextKeeper::~GLContextKeeper() = default;
+
+void GLContextKeeper::Ensure()
+{
+    if (mContext && vyrui::gl::CurrentContext() == nullptr)
+        mContext->MakeCurrent();
 }
 
 } // namespace vyrtest

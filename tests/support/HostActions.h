@@ -9,8 +9,13 @@
 #include "vyrlua/ui/LuaControlWrapperBase.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+namespace vyrui::gl {
+class GLContext;
+}
 
 namespace vyrtest {
 
@@ -31,5 +36,19 @@ vyrlua::ui::NodePtr WrappedNode(lua_State* L, int index);
 // (and with them its timers and bound Lua functions). A wrapper that still
 // holds the node keeps only the husk.
 void DestroyNodeHostSide(vyrui::ui::UI_Node& node);
+
+// An offscreen OpenGL context for the "gl" functions, so that robustness
+// tools call them against real OpenGL: Ensure() makes it current whenever
+// no context is (a view's context current before may have been dropped).
+// Does nothing where no OpenGL can be had.
+class GLContextKeeper {
+public:
+    GLContextKeeper();
+    ~GLContextKeeper();
+    void Ensure();
+
+private:
+    std::unique_ptr<vyrui::gl::GLContext> mContext;
+};
 
 } // namespace vyrtest

@@ -8,6 +8,7 @@
 #include "vyrlua/ui/InteractiveChangeMessage.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/ui/LuaUIEvents.h"
+#include "vyrlua/ui/controls/LuaOS_OpenGLViewWrapper.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaValueTypes.h"
@@ -90,6 +91,7 @@ const luaL_Reg kConstructors[] = {
     {"NewButton", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Button>>},
     {"NewCheckbox", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Checkbox>>},
     {"NewStaticText", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_StaticText>>},
+    {"NewOpenGLView", utility::LuaBoundary<NewOpenGLViewBody>},
     {nullptr, nullptr},
 };
 

@@ -8,6 +8,7 @@
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
 #include "vyrlua/ui/controls/LuaCheckboxWrapper.h"
 #include "vyrlua/ui/controls/LuaControlViewWrapper.h"
+#include "vyrlua/ui/controls/LuaOS_OpenGLViewWrapper.h"
 #include "vyrlua/ui/controls/LuaStaticTextWrapper.h"
 #include "vyrlua/ui/controls/LuaUI_ButtonWrapper.h"
 #include "vyrlua/ui/controls/LuaUI_SubViewWrapper.h"
@@ -21,6 +22,7 @@ struct WrapperClassList {
 
 using AllWrapperClasses = WrapperClassList<
     LuaStaticTextWrapper,
+    LuaOS_OpenGLViewWrapper,
     LuaCheckboxWrapper,
     LuaUI_ButtonWrapper,
     LuaInteractiveControlViewWrapper,
