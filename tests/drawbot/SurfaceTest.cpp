@@ -281,5 +281,39 @@ TEST_F(DrawbotTest, SurfaceImageIsASnapshot)
     EXPECT_EQ(Pixel(*check, 1, 0), 0xFF000000u);
 }
 
+// Text sizes are bounded on the device: a size and a transform each within
+// their limits used to break the surface for good ("error occurred in
+// libfreetype" from every later call).
+TEST_F(DrawbotTest, TextTooLargeOnTheDeviceIsRefusedAndTheSurfaceDrawsOn)
+{
+    auto surface = SurfaceOf(WithSurface(R"(
+        s:Transform({ 10, 0, 0, 0, 10, 0, 0, 0, 1 })
+        local ok, err = pcall(s.DrawString, s, "W", 0, 10, rgba(0, 0, 0), 0, 4096)
+        assert(not ok and err == "text size must be at most 4096 pixels once transformed", err)
+        ok, err = pcall(s.DrawMultiLineString, s, "W", rect(0, 0, 9, 9), rgba(0, 0, 0), 0, 500)
+        assert(not ok and err == "text size must be at most 4096 pixels once transformed", err)
+        s:Transform({ 0.1, 0, 0, 0, 0.1, 0, 0, 0, 1 })
+        s:PaintRect(rect(0, 0, 4, 4), rgba(1, 0, 0))
+        -- Text under a clip that is no rectangle list (rotated) still draws.
+        local clip = PathInterface.newPath(db)
+        clip:AddArc({ x = 48, y = 16 }, 14)
+        s:Clip(clip)
+        s:Transform(vyrlua_CreateNewTransformMatrix(0.8, 0.6, -0.6, 0.8, 0, 0))
+        s:DrawString("\226\150\136\226\150\136", 40, 2, rgba(0, 0, 1), 0, 40)
+        return s)"));
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(Pixel(*surface, 1, 1), 0xFFFF0000u);
+    int inside = 0, outside = 0;
+    for (int y = 0; y < 32; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            if (Pixel(*surface, x, y) != 0xFF0000FFu)
+                continue;
+            ((x - 48) * (x - 48) + (y - 16) * (y - 16) <= 15 * 15 ? inside : outside) += 1;
+        }
+    }
+    EXPECT_GT(inside, 50);
+    EXPECT_EQ(outside, 0);
+}
+
 } // namespace
 } // namespace vyrtest
