@@ -30,7 +30,6 @@ struct Shared {
     vyrtest::Inventory inventory;
     std::map<std::string, ApiExerciser::Recipe> recipes;
     std::vector<std::string> kinds;
-    std::vector<std::string> fragile;
 };
 
 Shared& Process()
@@ -88,7 +87,6 @@ public:
         mExerciser->AdoptRecipes(Process().recipes);
         mExerciser->EnableStash(kStashSlots);
         mExerciser->SetNodeDestroyer(DestroyWrappedNode);
-        mExerciser->SetFragileKinds(Process().fragile);
         mBaseValues = mExerciser->Values().size();
     }
 
@@ -238,8 +236,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     ApiExerciser exerciser(runtime.State(), shared.inventory);
     exerciser.SetCollectAfterEachCall(false);
     exerciser.SetNodeDestroyer(DestroyWrappedNode);
-    shared.fragile = vyrtest::KindsAwaitingTheFramework(runtime.State(), shared.inventory);
-    exerciser.SetFragileKinds(shared.fragile);
     exerciser.DiscoverInstances();
     shared.recipes = exerciser.Recipes();
     shared.kinds = exerciser.KindsWithInstances();

@@ -150,7 +150,6 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
     vyrtest::CallWatchdog watchdog(std::chrono::seconds(60));
     ApiExerciser exerciser(runtime.State(), inventory);
     exerciser.SetWatchdog(&watchdog);
-    exerciser.SetFragileKinds(vyrtest::KindsAwaitingTheFramework(runtime.State(), inventory));
     exerciser.SetNodeDestroyer([](lua_State* L, int index) {
         vyrlua::ui::NodePtr node = vyrtest::WrappedNode(L, index);
         if (node)

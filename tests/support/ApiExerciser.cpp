@@ -210,6 +210,7 @@ ApiExerciser::ApiExerciser(lua_State* L, const Inventory& inventory)
     : mL(L), mInventory(inventory)
 {
     mOpenErrors = OpenAll(L, inventory);
+    mFragile = KindsAwaitingTheFramework(L, inventory);
     BuildPool();
 }
 

@@ -89,8 +89,8 @@ public:
     // metatables, and callers skip twisted calls, and calls with hostile
     // or disguised arguments, where Fragile(callable, args) (the callable
     // is a method of such a kind, or an argument is one). For kinds whose
-    // checks are known not to survive these moves yet; set before
-    // DiscoverInstances.
+    // checks are known not to survive these moves yet: by default
+    // KindsAwaitingTheFramework; set before DiscoverInstances.
     void SetFragileKinds(std::vector<std::string> kinds) { mFragile = std::move(kinds); }
     bool Fragile(size_t index, const std::vector<size_t>& args) const;
     bool Hostile(const std::vector<size_t>& args) const;
@@ -227,6 +227,7 @@ private:
 // the object or swaps its metatable (use after free, kind confusion), nor a
 // finalizer that raises mid-call (a longjmp across C++ frames); the robustness
 // tools keep those moves away from them (ApiExerciser::SetFragileKinds).
+// Empty this list when the framework lands.
 std::vector<std::string> KindsAwaitingTheFramework(lua_State* L, const Inventory& inventory);
 
 // Aborts the process with the call's description when one call runs longer
