@@ -116,7 +116,9 @@ public:
         return id ? *id : 0;
     }
 
-    void Call(Input& in, bool asMethod)
+    // With `twisted`, the call is made from a coroutine or under hostile
+    // finalizers, as the input says.
+    void Call(Input& in, bool asMethod, bool twisted = false)
     {
         const auto& callables = Process().inventory.callables;
         if (callables.empty())
@@ -131,29 +133,13 @@ public:
         if (asMethod && c.method && !args.empty() && !c.metatables.empty())
             if (auto id = mExerciser->AnyInstance(c.metatables[in.Byte() % c.metatables.size()]))
                 args[0] = *id;
-        if (mExerciser->Hostile(args) && mExerciser->Fragile(index, args))
-            return;
-        vyrtest::CallOutcome outcome = mExerciser->Call(index, args);
-        if (!outcome.fault.empty())
-            Fail(outcome.fault);
-    }
-
-    // A call made from a coroutine or under hostile finalizers.
-    void TwistedCall(Input& in)
-    {
-        const auto& callables = Process().inventory.callables;
-        if (callables.empty())
-            return;
-        const size_t index = in.Word() % callables.size();
-        const int arity = static_cast<int>(in.Byte() % 5);
-        std::vector<size_t> args;
-        for (int i = 0; i < arity; ++i)
-            args.push_back(PickValue(in));
-        const unsigned how = in.Byte();
         ApiExerciser::Twist twist;
-        twist.coroutine = (how & 1) != 0;
-        twist.finalizers = static_cast<ApiExerciser::Finalizers>((how >> 1) % 3);
-        if (mExerciser->Fragile(index, args))
+        if (twisted) {
+            const unsigned how = in.Byte();
+            twist.coroutine = (how & 1) != 0;
+            twist.finalizers = static_cast<ApiExerciser::Finalizers>((how >> 1) % 3);
+        }
+        if ((twisted || mExerciser->Hostile(args)) && mExerciser->Fragile(index, args))
             return;
         vyrtest::CallOutcome outcome = mExerciser->CallTwisted(index, args, twist);
         if (!outcome.fault.empty())
@@ -256,7 +242,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         else if (op < 12)
             world.Call(in, true);
         else if (op == 16)
-            world.TwistedCall(in);
+            world.Call(in, true, true);
         else if (op == 17)
             world.HostActionFromCoroutine(in);
         else if (op == 12)
