@@ -523,6 +523,7 @@ TEST_F(UiTest, KindsAreWhatTheLibraryMadeWhateverTheirMetatable)
 
 } // namespace
 } // namespace vyrtest
+
 namespace {
 
 // What the user does to every open window: closes it.
