@@ -210,7 +210,6 @@ ApiExerciser::ApiExerciser(lua_State* L, const Inventory& inventory)
     : mL(L), mInventory(inventory)
 {
     mOpenErrors = OpenAll(L, inventory);
-    mFragile = KindsAwaitingTheFramework(L, inventory);
     BuildPool();
 }
 
@@ -884,27 +883,6 @@ std::vector<size_t> ApiExerciser::AdversarialFor(size_t index, int position) con
             ids.push_back(it->second.front());
     }
     return ids;
-}
-
-std::vector<std::string> KindsAwaitingTheFramework(lua_State* L, const Inventory& inventory)
-{
-    static const char* const kDrawing[] = {
-        "vyrlua.vyrSurfaceInterface", "vyrlua.vyrPathInterface", "vyrlua.drawbot.PenInterface",
-        "vyrlua.Shader", "vyrlua.vyrImageInterface", "vyrlua.vyrDrawbot",
-        "vyrlua.drawbot.vyrSupplierInterface", "vyrlua.InputCapture", "vyrlua.TouchCapture"};
-    std::vector<std::string> kinds(std::begin(kDrawing), std::end(kDrawing));
-    for (const std::string& name : inventory.metatables) {
-        lua_getfield(L, LUA_REGISTRYINDEX, name.c_str());
-        if (lua_istable(L, -1)) {
-            lua_getfield(L, -1, "ControlWrapperIdentifier");
-            // The input events too: pointer blocks like the captures'.
-            if (!lua_isnil(L, -1) || (name.size() > 5 && name.compare(name.size() - 5, 5, "Event") == 0))
-                kinds.push_back(name);
-            lua_pop(L, 1);
-        }
-        lua_pop(L, 1);
-    }
-    return kinds;
 }
 
 // ---------------------------------------------------------------------------

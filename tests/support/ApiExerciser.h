@@ -89,8 +89,8 @@ public:
     // metatables, and callers skip twisted calls, and calls with hostile
     // or disguised arguments, where Fragile(callable, args) (the callable
     // is a method of such a kind, or an argument is one). For kinds whose
-    // checks are known not to survive these moves yet: by default
-    // KindsAwaitingTheFramework; set before DiscoverInstances.
+    // checks are known not to survive these moves yet (none today); set
+    // before DiscoverInstances.
     void SetFragileKinds(std::vector<std::string> kinds) { mFragile = std::move(kinds); }
     bool Fragile(size_t index, const std::vector<size_t>& args) const;
     bool Hostile(const std::vector<size_t>& args) const;
@@ -219,16 +219,6 @@ private:
     std::vector<size_t> mStash;
     size_t mNextStash = 0;
 };
-
-// The kinds whose checks, __gc, __tostring and Release the library's
-// userdata-kind framework is replacing: the drawing kinds and the control
-// wrappers (every metatable with the wrapper mark). Until it lands they do
-// not survive a body that reads a field or allocates while a script releases
-// the object or swaps its metatable (use after free, kind confusion), nor a
-// finalizer that raises mid-call (a longjmp across C++ frames); the robustness
-// tools keep those moves away from them (ApiExerciser::SetFragileKinds).
-// Empty this list when the framework lands.
-std::vector<std::string> KindsAwaitingTheFramework(lua_State* L, const Inventory& inventory);
 
 // Aborts the process with the call's description when one call runs longer
 // than the limit, so a hang shows as a named failure rather than a time-out.
