@@ -95,6 +95,37 @@ TEST_F(DrawbotTest, LightSurfaceOfACollectedDrawbotIsOutOfScopeNotACrash)
               "test:9: out-of-scope SurfaceInterface");
 }
 
+// Light surfaces outliving their drawbot objects through every order of
+// release and incremental collection, while new surface objects take the
+// freed blocks: each call is out of scope or draws on a live surface.
+TEST_F(DrawbotTest, LightSurfacesOutlivingTheirOwnersNeverReachFreedBlocks)
+{
+    EXPECT_EQ(Eval(std::string(kPrelude) + R"(
+        local lights, drew = {}, 0
+        for i = 1, 200 do
+            local s = supplier:CreateOffscreenSurface(4, 4, true)
+            local db = vyrDrawbot.NewDrawbot(s)
+            local first = db:GetSurface()
+            lights[#lights + 1] = db:GetSurface()
+            if i % 3 == 0 then s:Release() end
+            if i % 5 == 0 then first = nil end
+            collectgarbage("step", 1)
+            for _, light in ipairs(lights) do
+                if pcall(light.PaintRect, light, rect(0, 0, 1, 1), rgba(0, 0, 0)) then
+                    drew = drew + 1
+                end
+                tostring(light)
+            end
+        end
+        collectgarbage()
+        for _, light in ipairs(lights) do
+            local ok, err = pcall(light.Flush, light)
+            assert(not ok and err == "out-of-scope SurfaceInterface", err)
+        end
+        return drew > 0)"),
+              "true");
+}
+
 TEST_F(DrawbotTest, BorrowedDrawbotGoesOutOfScopeWithTheNativeDrawbot)
 {
     std::shared_ptr<SupplierInterface> supplier = vyrlua::drawbot::DefaultDrawSupplier();

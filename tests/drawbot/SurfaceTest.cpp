@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <malloc.h>
+#include <unistd.h>
 
 namespace vyrtest {
 namespace {
@@ -279,6 +281,89 @@ TEST_F(DrawbotTest, SurfaceImageIsASnapshot)
     ASSERT_TRUE(check);
     EXPECT_EQ(Pixel(*check, 0, 0), 0xFFFFFFFFu);
     EXPECT_EQ(Pixel(*check, 1, 0), 0xFF000000u);
+}
+
+// Text sizes are bounded on the device: a size and a transform each within
+// their limits used to break the surface for good ("error occurred in
+// libfreetype" from every later call).
+TEST_F(DrawbotTest, TextTooLargeOnTheDeviceIsRefusedAndTheSurfaceDrawsOn)
+{
+    auto surface = SurfaceOf(WithSurface(R"(
+        s:Transform({ 10, 0, 0, 0, 10, 0, 0, 0, 1 })
+        local ok, err = pcall(s.DrawString, s, "W", 0, 10, rgba(0, 0, 0), 0, 4096)
+        assert(not ok and err == "text size must be at most 4096 pixels once transformed", err)
+        ok, err = pcall(s.DrawMultiLineString, s, "W", rect(0, 0, 9, 9), rgba(0, 0, 0), 0, 500)
+        assert(not ok and err == "text size must be at most 4096 pixels once transformed", err)
+        s:Transform({ 0.1, 0, 0, 0, 0.1, 0, 0, 0, 1 })
+        s:PaintRect(rect(0, 0, 4, 4), rgba(1, 0, 0))
+        -- Text under a clip that is no rectangle list (rotated) still draws.
+        local clip = PathInterface.newPath(db)
+        clip:AddArc({ x = 48, y = 16 }, 14)
+        s:Clip(clip)
+        s:Transform(vyrlua_CreateNewTransformMatrix(0.8, 0.6, -0.6, 0.8, 0, 0))
+        s:DrawString("\226\150\136\226\150\136", 40, 2, rgba(0, 0, 1), 0, 40)
+        return s)"));
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(Pixel(*surface, 1, 1), 0xFFFF0000u);
+    int inside = 0, outside = 0;
+    for (int y = 0; y < 32; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            if (Pixel(*surface, x, y) != 0xFF0000FFu)
+                continue;
+            ((x - 48) * (x - 48) + (y - 16) * (y - 16) <= 15 * 15 ? inside : outside) += 1;
+        }
+    }
+    EXPECT_GT(inside, 50);
+    EXPECT_EQ(outside, 0);
+}
+
+// Decoding is bounded: file size, pixels, and the work of the decoder (SVG
+// filters can take minutes on a few hundred bytes). Past a bound the load
+// fails with the reason; a decoder that leaks (librsvg on entity
+// declarations) leaks nothing into the host.
+TEST_F(DrawbotTest, ImageDecodingIsBoundedInSizePixelsWorkAndMemory)
+{
+    std::filesystem::path dir = std::filesystem::temp_directory_path() /
+                                ("vyrlua-bounds-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    auto write = [&](const std::string& name, const std::string& bytes) {
+        std::string path = (dir / name).string();
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path;
+    };
+    auto load = [&](const std::string& path) {
+        return Error("local image = supplier:newImageFromFile('" + path + "')");
+    };
+    std::string big = (dir / "big.png").string();
+    std::ofstream(big, std::ios::binary).put('x');
+    std::filesystem::resize_file(big, (64u << 20) + 1);
+    EXPECT_EQ(load(big), "test:1: cannot read image file '" + big + "': larger than 64 MiB");
+
+    std::string wide = write("wide.svg", "<svg xmlns='http://www.w3.org/2000/svg' width='5000' "
+                                         "height='4000'><rect width='9' height='9'/></svg>");
+    EXPECT_EQ(load(wide), "test:1: cannot decode image file '" + wide + "': the image is too large");
+
+    std::string slow = write("slow.svg",
+                             "<svg xmlns='http://www.w3.org/2000/svg' width='4000' height='4000'>"
+                             "<filter id='f'><feTurbulence baseFrequency='0.9' numOctaves='1000'/>"
+                             "</filter><rect width='4000' height='4000' filter='url(#f)'/></svg>");
+    EXPECT_EQ(load(slow), "test:1: cannot decode image file '" + slow +
+                              "': decoding takes more than 2 s of processor time");
+
+    std::string entity = write("entity.svg",
+                               "<?xml version='1.0'?><!DOCTYPE svg [<!ENTITY a '" +
+                                   std::string(20000, 'x') + "'>]>"
+                                   "<svg xmlns='http://www.w3.org/2000/svg' width='4' height='2'>"
+                                   "<desc>&a;</desc><rect width='2' height='2' fill='red'/></svg>");
+    size_t before = mallinfo2().uordblks;
+    EXPECT_EQ(Run("for i = 1, 100 do\n"
+                  "  local image = supplier:newImageFromFile('" + entity + "')\n"
+                  "  assert(image:GetWidth() == 4) image:Release()\n"
+                  "end\n"
+                  "collectgarbage()"),
+              std::vector<std::string>{});
+    EXPECT_LT(mallinfo2().uordblks, before + (1u << 20));
+    std::filesystem::remove_all(dir);
 }
 
 } // namespace

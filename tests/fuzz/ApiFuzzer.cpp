@@ -2,7 +2,9 @@
 // host state with every module open: calls of any registered function with
 // arguments from the exerciser's pool (adversarial values, candidates,
 // instances of every kind and their released, collected and forged variants,
-// earlier results), garbage collections, host-side actions (see HostActions)
+// earlier results), the same calls from a coroutine or under finalizers that
+// release the receiver or raise, garbage collections, host-side actions (see
+// HostActions, also run while a coroutine runs)
 // and closing the state, after which the host acts again on what is left and
 // a new state is opened.
 //
@@ -120,7 +122,9 @@ public:
         return id ? *id : 0;
     }
 
-    void Call(Input& in, bool asMethod)
+    // With `twisted`, the call is made from a coroutine or under hostile
+    // finalizers, as the input says.
+    void Call(Input& in, bool asMethod, bool twisted = false)
     {
         const auto& callables = Process().inventory.callables;
         if (callables.empty())
@@ -135,9 +139,37 @@ public:
         if (asMethod && c.method && !args.empty() && !c.metatables.empty())
             if (auto id = mExerciser->AnyInstance(c.metatables[in.Byte() % c.metatables.size()]))
                 args[0] = *id;
-        vyrtest::CallOutcome outcome = mExerciser->Call(index, args);
+        ApiExerciser::Twist twist;
+        if (twisted) {
+            const unsigned how = in.Byte();
+            twist.coroutine = (how & 1) != 0;
+            twist.finalizers = static_cast<ApiExerciser::Finalizers>((how >> 1) % 3);
+        }
+        if ((twisted || mExerciser->Hostile(args)) && mExerciser->Fragile(index, args))
+            return;
+        vyrtest::CallOutcome outcome = mExerciser->CallTwisted(index, args, twist);
         if (!outcome.fault.empty())
             Fail(outcome.fault);
+    }
+
+    // A host action (an event dispatched to handlers, a timer firing...)
+    // made while a coroutine runs on the host's state.
+    void HostActionFromCoroutine(Input& in)
+    {
+        auto& actions = vyrtest::HostActions();
+        lua_State* L = mRuntime->State();
+        const int top = lua_gettop(L);
+        if (luaL_loadstring(L, "local f = ... return coroutine.resume(coroutine.create(f))") != 0)
+            Fail("cannot load the coroutine runner");
+        lua_pushlightuserdata(L, &mRuntime->Application());
+        lua_pushlightuserdata(L, const_cast<vyrtest::HostAction*>(&actions[in.Byte() % actions.size()]));
+        lua_pushinteger(L, static_cast<lua_Integer>(in.Byte()));
+        lua_pushcclosure(L, RunHostAction, 3);
+        if (lua_pcall(L, 1, 0, 0) != 0)
+            Fail(std::string("host action in a coroutine: ") +
+                 (lua_isstring(L, -1) ? lua_tostring(L, -1) : "?"));
+        lua_settop(L, top);
+        Check(false);
     }
 
     void Check(bool collect)
@@ -170,6 +202,14 @@ public:
     }
 
 private:
+    static int RunHostAction(lua_State* L)
+    {
+        auto* app = static_cast<exo::app::App*>(lua_touserdata(L, lua_upvalueindex(1)));
+        auto* action = static_cast<const vyrtest::HostAction*>(lua_touserdata(L, lua_upvalueindex(2)));
+        action->run(*app, static_cast<unsigned>(lua_tointeger(L, lua_upvalueindex(3))));
+        return 0;
+    }
+
     std::unique_ptr<vyrhost::HostRuntime> mRuntime;
     std::unique_ptr<ApiExerciser> mExerciser;
     size_t mBaseValues = 0;
@@ -202,11 +242,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Input in(data, size);
     World world;
     for (int step = 0; step < kMaxSteps && in.More(); ++step) {
-        const unsigned op = in.Byte() % 16;
+        const unsigned op = in.Byte() % 18;
         if (op < 9)
             world.Call(in, false);
         else if (op < 12)
             world.Call(in, true);
+        else if (op == 16)
+            world.Call(in, true, true);
+        else if (op == 17)
+            world.HostActionFromCoroutine(in);
         else if (op == 12)
             world.Check(true);
         else if (op == 13)

@@ -3,6 +3,8 @@
 // while the other positions hold values that were found to be valid. Every
 // call is checked by ApiExerciser (balanced stack, string errors, a working
 // state afterwards); under the sanitizers a memory or UB fault aborts.
+// Every valid call is also made from a coroutine and under garbage whose
+// finalizers release its receiver or raise.
 //
 // The work is split into shards run as separate tests, so ctest can run them
 // side by side; the count is fixed so the test list is stable.
@@ -167,7 +169,7 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
     const size_t discoveryCalls = exerciser.CallsMade();
 
     std::vector<std::string> faults;
-    size_t swept = 0, functions = 0, methods = 0, validBaselines = 0, baselines = 0;
+    size_t swept = 0, functions = 0, methods = 0, validBaselines = 0, baselines = 0, twisted = 0;
     for (size_t i = 0; i < inventory.callables.size(); ++i) {
         if (static_cast<int>(i % kShards) != shard)
             continue;
@@ -177,11 +179,28 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
             exerciser.Baseline(i, arity);
             ++baselines;
             validBaselines += exerciser.BaselineSucceeds(i, arity);
+            // The valid call again, from a coroutine and under finalizers
+            // that release its receiver or raise.
+            if (exerciser.BaselineSucceeds(i, arity) &&
+                !exerciser.Fragile(i, exerciser.Baseline(i, arity))) {
+                using Twist = ApiExerciser::Twist;
+                using Finalizers = ApiExerciser::Finalizers;
+                for (Twist twist : {Twist{true, Finalizers::None}, Twist{false, Finalizers::Release},
+                                    Twist{true, Finalizers::Raise}}) {
+                    vyrtest::CallOutcome outcome =
+                        exerciser.CallTwisted(i, exerciser.Baseline(i, arity, true), twist);
+                    ++twisted;
+                    if (!outcome.fault.empty())
+                        faults.push_back(outcome.fault);
+                }
+            }
             for (int position = 1; position <= arity; ++position) {
                 std::vector<size_t> base = exerciser.Baseline(i, arity, true);
                 for (size_t value : exerciser.AdversarialFor(i, position)) {
                     std::vector<size_t> args = base;
                     args[position - 1] = value;
+                    if (exerciser.Hostile(args) && exerciser.Fragile(i, args))
+                        continue;
                     vyrtest::CallOutcome outcome = exerciser.Call(i, args);
                     if (!outcome.fault.empty())
                         faults.push_back(outcome.fault);
@@ -197,11 +216,13 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     std::printf("sweep shard %d/%d: %zu callables (%zu functions, %zu methods) of %zu; "
                 "%zu kinds with instances of %zu metatables; %zu of %zu baselines valid; "
-                "%zu calls (%zu finding arguments); %zu numeric positions checked for wrapping; "
+                "%zu calls (%zu finding arguments, %zu from coroutines or under hostile "
+                "finalizers); %zu numeric positions checked for wrapping; "
                 "%zu host error reports; %zu faults; %.1f s\n",
                 shard + 1, kShards, swept, functions, methods, inventory.callables.size(),
                 exerciser.KindsWithInstances().size(), inventory.metatables.size(),
-                validBaselines, baselines, exerciser.CallsMade(), discoveryCalls, wrapChecks, reported,
+                validBaselines, baselines, exerciser.CallsMade(), discoveryCalls, twisted, wrapChecks,
+                reported,
                 faults.size(), seconds);
     // Kinds with no object of their own: base wrapper classes whose methods
     // every subclass carries, message and module tables. Any other kind

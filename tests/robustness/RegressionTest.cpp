@@ -43,4 +43,30 @@ TEST_F(LuaTest, ForgedUserdataOfEveryKindIsRefused)
               "true");
 }
 
+// A handler dispatched from inside a coroutine used to empty the main
+// state's stack, wiping coroutine.resume's frame: the next collection freed
+// the running coroutine. Both a handler dispatched by a method called from
+// Lua and one whose result is nil (the gripe path) are covered.
+TEST_F(LuaTest, DispatchFromACoroutineKeepsTheRunningFrames)
+{
+    EXPECT_EQ(Run(R"(
+        require "vyrlua.vyrcontrols"
+        local node, n = vyrcontrols.NewNode(), 0
+        node:BindVyrOperation("OnDoMouseEvent", function()
+            n = n + 1
+            if n == 2 then collectgarbage() end
+        end)
+        local e = vyrlua_CreateNewVYRUIMouseEvent{}
+        local keep = "below"
+        local ok, r = coroutine.resume(coroutine.create(function(a)
+            node:UI_DoMouseEvent(node, e)
+            node:UI_DoMouseEvent(node, e)
+            local t = {} for i = 1, 1000 do t[i] = { i } end
+            collectgarbage()
+            return a .. " alive"
+        end), "still")
+        return keep, ok, r, n)"),
+              (std::vector<std::string>{"below", "true", "still alive", "2"}));
+}
+
 } // namespace

@@ -176,7 +176,13 @@ TEST_F(StringTest, ReplaceBReplacesEveryMatch)
         {"V.ReplaceB('a.b.c', '\\\\.', '/')", "a/b/c"},
         {"V.ReplaceB('abc', 'b', '[$&] $$')", "a[b] $c"},
         {"V.ReplaceB('a\\0b', '\\0', '-')", "a-b"},
+        {"V.ReplaceB('ab', 'b', 'x\\0$&\\0') == 'ax\\0b\\0'", "true"},
     });
+    // The format is read once, front to back: a 2 MB one used to cost
+    // minutes (each "$1" copied the rest of the format).
+    EXPECT_EQ(Eval("local r = vyrString.ReplaceB('xay', '(a)', ('$1-'):rep(700000))\n"
+                   "return #r == 2 + 1400000 and r:sub(1, 5) == 'xa-a-' and r:sub(-3) == 'a-y'"),
+              "true");
 }
 
 TEST_F(StringTest, BadOrRunawayPatternsAreLuaErrors)

@@ -33,8 +33,54 @@ local fifty = {}
 for i = 1, 50 do fifty[i] = i end
 local nan = 0 / 0
 
-local A, C = {}, {}
+-- The moves that run script code in the middle of a call. `receiver` holds
+-- the first argument of the call being made (the exerciser sets it).
+local receiver, armed = {}, false
+local function releaseReceiver()
+  local r = receiver[1]
+  local meta = r ~= nil and getmetatable(r)
+  if type(meta) == "table" then
+    local release = rawget(meta, "Release") or rawget(meta, "__gc")
+    if type(release) == "function" then pcall(release, r) end
+  end
+end
+local hooks = { receiver = receiver }
+-- Garbage whose finalizers release the receiver or raise, run by whatever
+-- allocation of the call next steps the collector (while armed).
+function hooks.garbage(raise)
+  armed = true
+  for i = 1, 4 do
+    local p = newproxy(true)
+    getmetatable(p).__gc = function()
+      if not armed then return end
+      if raise then error("raised by a finalizer", 0) end
+      releaseReceiver()
+    end
+  end
+end
+function hooks.disarm() armed = false end
+function hooks.inCoroutine(f, ...)
+  local results = { coroutine.resume(coroutine.create(f), ...) }
+  if not results[1] then error(results[2], 0) end
+  return unpack(results, 2, table.maxn(results))
+end
+-- Another kind's metatable; the kind's own plus the wrapper mark; the
+-- kind's own less the mark.
+function hooks.swap(u, name) debug.setmetatable(u, debug.getregistry()[name]) return u end
+local function copyMeta(u, mark)
+  local meta, copy = getmetatable(u), {}
+  for k, v in pairs(meta) do copy[k] = v end
+  if meta.__index == meta then copy.__index = copy end
+  copy.ControlWrapperIdentifier = mark
+  debug.setmetatable(u, copy)
+  return u
+end
+function hooks.forgeMark(u) return copyMeta(u, function() end) end
+function hooks.dropMark(u) return copyMeta(u, nil) end
+
+local A, C, H = {}, {}, {}
 local function a(label, value) A[#A + 1] = { label, value, value == nil } end
+local function h(label, value) H[#H + 1] = { label, value, false } end
 local function c(label, value) C[#C + 1] = { label, value, value == nil } end
 
 a("nil", nil) a("true", true) a("false", false)
@@ -71,6 +117,13 @@ a("function returning 50 values", function() return unpack(fifty) end)
 a("yielding function", function() coroutine.yield(1) end)
 a("coroutine", coroutine.create(function() end))
 a("newproxy()", newproxy()) a("raising newproxy", raisingProxy) a("forged wrapper", forgedWrapper)
+-- Fields read through these release the receiver or collect: a body that
+-- keeps a pointer across the read must find out the object is gone.
+h("table releasing the receiver", setmetatable({}, { __index = function() releaseReceiver() return 1 end }))
+h("table collecting", setmetatable({}, { __index = function() collectgarbage() return 1 end }))
+h("table releasing and collecting", setmetatable({}, {
+  __index = function() releaseReceiver() collectgarbage() return 1 end }))
+h("function releasing the receiver", function() releaseReceiver() collectgarbage() return true end)
 
 c("1", 1) c("'hello'", "hello")
 c("rect", { left = 1, top = 2, width = 30, height = 20 }) c("point", { x = 3, y = 4 })
@@ -80,7 +133,7 @@ c("function", function() end) c("true", true)
 c("0", 0) c("10", 10) c("'1'", "1") c("''", "") c("{}", {}) c("{1,2,3}", { 1, 2, 3 })
 c("false", false) c("function returning true", function() return true end)
 c("'vyrlua.test'", "vyrlua.test") c("100", 100) c("0.5", 0.5) c("nil", nil)
-return A, C
+return A, C, H, hooks
 )lua";
 
 constexpr const char* kCheckChunk = R"lua(
@@ -180,9 +233,10 @@ void ApiExerciser::BuildPool()
     mCheckRef = luaL_ref(L, LUA_REGISTRYINDEX);
 
     if (luaL_loadbuffer(L, kPoolChunk, std::strlen(kPoolChunk), "=pool") != 0 ||
-        lua_pcall(L, 0, 2, 0) != 0)
+        lua_pcall(L, 0, 4, 0) != 0)
         throw std::runtime_error(std::string("value pool: ") + lua_tostring(L, -1));
-    for (int list = 0; list < 2; ++list) {
+    mHooksRef = luaL_ref(L, LUA_REGISTRYINDEX);
+    for (int list = 0; list < 3; ++list) {
         const int table = top + 1 + list;
         const int n = static_cast<int>(lua_objlen(L, table));
         for (int i = 1; i <= n; ++i) {
@@ -198,8 +252,11 @@ void ApiExerciser::BuildPool()
             else
                 lua_rawgeti(L, -1, 2);
             lua_remove(L, -2);
-            size_t id = AddValue(label, list == 0 ? ValueKind::Adversarial : ValueKind::Candidate);
-            (list == 0 ? mAdversarial : mCandidates).push_back(id);
+            const ValueKind kind = list == 0   ? ValueKind::Adversarial
+                                   : list == 1 ? ValueKind::Candidate
+                                               : ValueKind::Hostile;
+            size_t id = AddValue(label, kind);
+            (list == 1 ? mCandidates : mAdversarial).push_back(id);
         }
     }
     lua_settop(L, top);
@@ -264,6 +321,50 @@ std::string ApiExerciser::Describe(size_t index, const std::vector<size_t>& args
     for (size_t i = 0; i < args.size(); ++i)
         text += (i ? ", " : "") + mValues[args[i]].label;
     return text + ")";
+}
+
+void ApiExerciser::PushHook(const char* name)
+{
+    lua_rawgeti(mL, LUA_REGISTRYINDEX, mHooksRef);
+    lua_getfield(mL, -1, name);
+    lua_remove(mL, -2);
+}
+
+void ApiExerciser::SetReceiver(std::optional<size_t> id)
+{
+    PushHook("receiver");
+    if (id)
+        PushValue(*id);
+    else
+        lua_pushnil(mL);
+    lua_rawseti(mL, -2, 1);
+    lua_pop(mL, 1);
+}
+
+bool ApiExerciser::Fragile(size_t index, const std::vector<size_t>& args) const
+{
+    auto fragile = [&](const std::string& kind) {
+        return std::find(mFragile.begin(), mFragile.end(), kind) != mFragile.end();
+    };
+    const auto& own = mInventory.callables[index].metatables;
+    return std::any_of(own.begin(), own.end(), fragile) ||
+           std::any_of(args.begin(), args.end(),
+                       [&](size_t id) { return fragile(mValues[id].metatable); });
+}
+
+bool ApiExerciser::Hostile(const std::vector<size_t>& args) const
+{
+    return std::any_of(args.begin(), args.end(), [&](size_t id) {
+        return mValues[id].kind == ValueKind::Hostile || mValues[id].kind == ValueKind::Disguised;
+    });
+}
+
+CallOutcome ApiExerciser::CallTwisted(size_t index, const std::vector<size_t>& args, Twist twist)
+{
+    mTwist = twist;
+    CallOutcome outcome = Call(index, args);
+    mTwist = {};
+    return outcome;
 }
 
 std::string ApiExerciser::HealthCheck(bool collect)
@@ -341,8 +442,24 @@ CallOutcome ApiExerciser::Call(size_t index, const std::vector<size_t>& args, bo
         return outcome;
     }
     WrapInTrampoline(L);
+    if (mTwist.coroutine) {
+        PushHook("inCoroutine");
+        lua_insert(L, -2);
+    }
     for (size_t id : args)
         PushValue(id);
+    SetReceiver(args.empty() ? std::nullopt : std::optional<size_t>(args[0]));
+    if (mTwist.finalizers != Finalizers::None) {
+        PushHook("garbage");
+        lua_pushboolean(L, mTwist.finalizers == Finalizers::Raise);
+        lua_call(L, 1, 0);
+    }
+    // Under finalizer pressure every allocation runs a whole collection,
+    // finalizers included.
+    const int pause = mTwist.finalizers != Finalizers::None ? lua_gc(L, LUA_GCSETPAUSE, 0) : 0;
+    const int stepMul =
+        mTwist.finalizers != Finalizers::None ? lua_gc(L, LUA_GCSETSTEPMUL, 1 << 20) : 0;
+    const int extra = mTwist.coroutine ? 1 : 0;
 
     Probe probe;
     probe.target = callable.function;
@@ -355,11 +472,18 @@ CallOutcome ApiExerciser::Call(size_t index, const std::vector<size_t>& args, bo
         mWatchdog->Begin(Describe(index, args));
     if (mObserver)
         mObserver(true);
-    const int status = lua_pcall(L, static_cast<int>(args.size()), LUA_MULTRET, 0);
+    const int status = lua_pcall(L, static_cast<int>(args.size()) + extra, LUA_MULTRET, 0);
     if (mObserver)
         mObserver(false);
     if (mWatchdog)
         mWatchdog->End();
+    if (mTwist.finalizers != Finalizers::None) {
+        lua_gc(L, LUA_GCSETPAUSE, pause);
+        lua_gc(L, LUA_GCSETSTEPMUL, stepMul);
+        PushHook("disarm");
+        lua_call(L, 0, 0);
+    }
+    SetReceiver(std::nullopt);
 
     lua_pushlightuserdata(L, &gProbeKey);
     lua_pushnil(L);
@@ -669,6 +793,50 @@ void ApiExerciser::MakeVariantsOf(const std::string& kind)
         mValues[*fresh].label = (gc ? "collected " : "released ") + kind;
         mValues[*fresh].kind = gc ? ValueKind::Collected : ValueKind::Released;
         variants.push_back(*fresh);
+    }
+    // Another kind's metatable on this kind's block (and this kind's on a
+    // block of another: that is the other kind's variant), the wrapper mark
+    // added to a copy of this kind's metatable, or taken away from it.
+    struct Disguise {
+        const char* hook;
+        std::string argument;
+        std::string label;
+    };
+    std::vector<Disguise> disguises;
+    auto fragile = [&](const std::string& name) {
+        return std::find(mFragile.begin(), mFragile.end(), name) != mFragile.end();
+    };
+    if (!fragile(kind)) {
+        disguises = {{"forgeMark", {}, "with a forged wrapper mark"},
+                     {"dropMark", {}, "with the wrapper mark taken away"}};
+        // The next kind in the inventory that is not fragile.
+        auto self = std::find(mInventory.metatables.begin(), mInventory.metatables.end(), kind);
+        const size_t at = static_cast<size_t>(self - mInventory.metatables.begin());
+        for (size_t step = 1; step < mInventory.metatables.size(); ++step) {
+            const std::string& other =
+                mInventory.metatables[(at + step) % mInventory.metatables.size()];
+            if (!fragile(other)) {
+                disguises.push_back({"swap", other, "wearing " + other});
+                break;
+            }
+        }
+    }
+    for (const Disguise& disguise : disguises) {
+        std::optional<size_t> fresh = FreshInstance(kind, true);
+        if (!fresh)
+            break;
+        PushHook(disguise.hook);
+        PushValue(*fresh);
+        lua_pushstring(L, disguise.argument.c_str());
+        if (lua_pcall(L, 2, 1, 0) == 0) {
+            lua_rawgeti(L, LUA_REGISTRYINDEX, mValuesRef);
+            lua_insert(L, -2);
+            lua_rawseti(L, -2, static_cast<int>(*fresh + 1));
+            mValues[*fresh].label = kind + " " + disguise.label;
+            mValues[*fresh].kind = ValueKind::Disguised;
+            variants.push_back(*fresh);
+        }
+        lua_settop(L, meta);
     }
     if (mNodeDestroyer) {
         if (std::optional<size_t> fresh = FreshInstance(kind, true)) {

@@ -5,8 +5,10 @@
 // collection afterwards.
 //
 // Arguments are ids into a value pool kept in the state: an adversarial set
-// (odd numbers, odd strings, raising tables and functions, foreign and forged
-// userdata, released and collected instances), plausible candidates
+// (odd numbers, odd strings, raising tables and functions, tables whose
+// fields release the call's receiver or collect, foreign and forged userdata,
+// released and collected instances, instances wearing another kind's
+// metatable or a forged wrapper mark), plausible candidates
 // (numbers, strings, rectangle/point/colour/matrix tables, functions), and
 // instances of each named metatable harvested from the library's own calls.
 // Valid arguments are derived per callable and arity by trying candidates per
@@ -38,7 +40,11 @@ struct CallOutcome {
 
 class ApiExerciser {
 public:
-    enum class ValueKind { Adversarial, Candidate, Instance, Released, Collected, Forged, Gone };
+    enum class ValueKind {
+        Adversarial, Candidate, Instance, Released, Collected, Forged, Gone,
+        Hostile,   // runs script code when read: releases the receiver, collects
+        Disguised  // an instance wearing another kind's metatable, or a forged mark
+    };
     struct Value {
         std::string label;
         ValueKind kind;
@@ -65,6 +71,29 @@ public:
     // `harvest`, userdata results of named metatables join the pool; results
     // also go to the stash slots when there are any.
     CallOutcome Call(size_t index, const std::vector<size_t>& args, bool harvest = false);
+
+    // Moves that run script code in the middle of a call, from outside its
+    // arguments: finalizers of fresh garbage that release the call's first
+    // argument or raise, run by the allocations of the call (every one of
+    // them runs a whole collection); and the call made from inside a
+    // coroutine.
+    enum class Finalizers { None, Release, Raise };
+    struct Twist {
+        bool coroutine = false;
+        Finalizers finalizers = Finalizers::None;
+    };
+    CallOutcome CallTwisted(size_t index, const std::vector<size_t>& args, Twist twist);
+
+    // Kinds left out of the moves above and of the hostile and disguised
+    // values: no disguised variants are made of them or wearing their
+    // metatables, and callers skip twisted calls, and calls with hostile
+    // or disguised arguments, where Fragile(callable, args) (the callable
+    // is a method of such a kind, or an argument is one). For kinds whose
+    // checks are known not to survive these moves yet (none today); set
+    // before DiscoverInstances.
+    void SetFragileKinds(std::vector<std::string> kinds) { mFragile = std::move(kinds); }
+    bool Fragile(size_t index, const std::vector<size_t>& args) const;
+    bool Hostile(const std::vector<size_t>& args) const;
     // Whether the check after each call includes a full collection (on by
     // default; the fuzzer collects as one of its own steps instead).
     void SetCollectAfterEachCall(bool collect) { mCollectEachCall = collect; }
@@ -154,6 +183,8 @@ private:
     };
 
     void BuildPool();
+    void PushHook(const char* name);
+    void SetReceiver(std::optional<size_t> id);
     int Rank(const CallOutcome& outcome, int position) const;
     std::vector<size_t> CandidatesFor(size_t index, int position);
     void Harvest(size_t index, const std::vector<size_t>& args, int first, int count);
@@ -177,6 +208,9 @@ private:
     int mValuesRef = LUA_NOREF;
     int mCheckRef = LUA_NOREF;
     int mSentinelRef = LUA_NOREF;
+    int mHooksRef = LUA_NOREF;
+    Twist mTwist;
+    std::vector<std::string> mFragile;
     size_t mCalls = 0;
     class CallWatchdog* mWatchdog = nullptr;
     bool mCollectEachCall = true;

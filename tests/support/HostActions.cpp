@@ -86,6 +86,16 @@ std::vector<HostAction> MakeActions()
              if (UI_Node::Ptr node = PickNode(pick))
                  DestroyNodeHostSide(*node);
          }},
+        {"close a window",
+         [](exo::app::App&, unsigned pick) {
+             auto* manager = vyrui::ui::UI_NodeManager::Get(false);
+             std::vector<UI_Node::Ptr> windows;
+             if (manager != nullptr)
+                 windows = manager->GetWindows();
+             if (!windows.empty())
+                 if (auto* os = dynamic_cast<vyrui::ui::OS_Window*>(windows[pick % windows.size()].get()))
+                     os->Close();
+         }},
     };
 }
 
@@ -118,8 +128,7 @@ void DestroyNodeHostSide(UI_Node& node)
     if (UI_Node* parent = node.UI_GetParentNode())
         vyrui::ui::UI_Container::ChildRemove(*parent, node);
     vyrui::ui::UI_Container::DeleteChildren(node);
-    node.UI_SetBinder(nullptr);
-    node.UI_GetPropertySlot().reset();
+    node.UI_ReleaseHandlers();
 }
 
 GLContextKeeper::GLContextKeeper()

@@ -65,8 +65,6 @@ bool FileExists(std::string_view path)
     return vyrcore::filesupport::File::FromUTF8(path).Exists();
 }
 
-constexpr std::uintmax_t kMaxImageFileBytes = 256u << 20;
-
 boost::intrusive_ptr<ImageInterface> LoadImage(const std::shared_ptr<SupplierInterface>& supplier,
                                                std::string_view path)
 {
@@ -77,8 +75,11 @@ boost::intrusive_ptr<ImageInterface> LoadImage(const std::shared_ptr<SupplierInt
     // draw, and reading it would only exhaust memory.
     std::error_code error;
     auto size = std::filesystem::file_size(std::string(path), error);
-    if (error || size > kMaxImageFileBytes)
+    if (error)
         throw utility::LuaError("cannot read image file " + quoted);
+    if (size > kMaxImageFileBytes)
+        throw utility::LuaError("cannot read image file " + quoted + ": larger than " +
+                                std::to_string(kMaxImageFileBytes >> 20) + " MiB");
     std::string bytes;
     if (!vyrcore::filesupport::File::FromUTF8(path).ReadAll(bytes))
         throw utility::LuaError("cannot read image file " + quoted);

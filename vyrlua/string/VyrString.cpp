@@ -248,6 +248,46 @@ int MatchBBody(lua_State* L)
 
 // (string, pattern, replacement): every match replaced; the replacement is a
 // Perl format ("$&" the match, "$1".."$99" the captures, "$$" a dollar).
+// A replacement format as Boost's formatter reads it. Boost reads a "$n"
+// number in place only through an iterator that binds to `const char*&`;
+// through any other it copies the whole rest of the format first, which
+// makes a format of many "$n" quadratic. This one binds.
+class FormatIterator {
+public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    FormatIterator() = default;
+    explicit FormatIterator(const char* p) : mP(p) {}
+    operator const char*&() { return mP; }
+    const char& operator*() const { return *mP; }
+    const char& operator[](difference_type n) const { return mP[n]; }
+    FormatIterator& operator++() { ++mP; return *this; }
+    FormatIterator operator++(int) { return FormatIterator(mP++); }
+    FormatIterator& operator--() { --mP; return *this; }
+    FormatIterator operator--(int) { return FormatIterator(mP--); }
+    FormatIterator& operator+=(difference_type n) { mP += n; return *this; }
+    FormatIterator& operator-=(difference_type n) { mP -= n; return *this; }
+    FormatIterator operator+(difference_type n) const { return FormatIterator(mP + n); }
+    FormatIterator operator-(difference_type n) const { return FormatIterator(mP - n); }
+    difference_type operator-(const FormatIterator& other) const { return mP - other.mP; }
+    auto operator<=>(const FormatIterator& other) const = default;
+    bool operator==(const FormatIterator& other) const = default;
+
+private:
+    const char* mP = nullptr;
+};
+
+struct FormatText {
+    using const_iterator = FormatIterator;
+    std::string_view text;
+    FormatIterator begin() const { return FormatIterator(text.data()); }
+    FormatIterator end() const { return FormatIterator(text.data() + text.size()); }
+};
+
 int ReplaceBBody(lua_State* L)
 {
     std::string_view s = CheckLString(L, 1);
@@ -255,8 +295,17 @@ int ReplaceBBody(lua_State* L)
     std::string_view format = CheckLString(L, 3);
     std::string result;
     try {
-        boost::regex_replace(std::back_inserter(result), s.begin(), s.end(), re,
-                             std::string(format), boost::format_perl);
+        // boost::regex_replace's own loop, but formatting with the plain
+        // format traits: the regex traits' number reader scans the whole
+        // rest of the format (for a thousands separator) at every "$n".
+        auto out = std::back_inserter(result);
+        const char* copied = s.data();
+        for (boost::cregex_iterator it(s.data(), s.data() + s.size(), re), end; it != end; ++it) {
+            out = std::copy(copied, (*it)[0].first, out);
+            out = it->format(out, FormatText{format}, boost::format_perl);
+            copied = (*it)[0].second;
+        }
+        std::copy(copied, s.data() + s.size(), out);
     } catch (const std::exception& e) {
         ThrowMatchFailure("ReplaceB", e);
     }

@@ -2,6 +2,7 @@
 
 #include "vyrcore/DebugDatabase.h"
 #include "vyrcore/debug.h"
+#include "vyrlua/utility/LuaStack.h"
 
 #include <boost/regex.hpp>
 
@@ -66,14 +67,13 @@ void GripeAboutNil(lua_State* L, const LuaFunctionRef& function, const char* ope
 
 } // namespace
 
-bool LuaBinder::Finish(lua_State* L, const LuaFunctionRef& function, const char* operation,
-                       bool called, bool handled, bool resultWasNil)
+bool LuaBinder::Finish(lua_State* L, int entryTop, const LuaFunctionRef& function,
+                       const char* operation, bool called, bool handled, bool resultWasNil)
 {
-    // Handlers run on a stack the dispatcher owns entirely.
-    lua_settop(L, 0);
+    utility::EndHostCall(L, entryTop);
     if (called && resultWasNil && NilReturnGripeEnabled()) {
         GripeAboutNil(L, function, operation);
-        lua_settop(L, 0);
+        utility::EndHostCall(L, entryTop);
     }
     return called && handled;
 }

@@ -25,7 +25,8 @@ public:
     // their count), asking for one result. Returns the result's Lua truth
     // (nil and false: not handled); false too when the function is null,
     // the state is gone, or the call failed (the failure is reported through
-    // the host error service). Afterwards the Lua stack is emptied. A nil
+    // the host error service). Afterwards the Lua stack is emptied at the
+    // top level, else put back as it was (utility::EndHostCall). A nil
     // result is logged when the debug-database flag "vyrluaNilReturnGripe"
     // is set.
     template <typename PushArgs>
@@ -36,8 +37,8 @@ protected:
     ~LuaBinder() override = default;
 
 private:
-    static bool Finish(lua_State* L, const LuaFunctionRef& function, const char* operation,
-                       bool called, bool handled, bool resultWasNil);
+    static bool Finish(lua_State* L, int entryTop, const LuaFunctionRef& function,
+                       const char* operation, bool called, bool handled, bool resultWasNil);
 
     std::map<std::string, LuaFunctionRef, std::less<>> mOperations;
 };
@@ -48,6 +49,7 @@ bool LuaBinder::Dispatch(const LuaFunctionRef& function, const char* operation, 
     lua_State* L = function ? function->State() : nullptr;
     if (L == nullptr)
         return false;
+    const int entryTop = lua_gettop(L);
     // Held: the handler may rebind its own operation.
     LuaFunctionRef held = function;
     bool handled = false;
@@ -59,7 +61,7 @@ bool LuaBinder::Dispatch(const LuaFunctionRef& function, const char* operation, 
             wasNil = lua_isnil(S, -1);
         },
         utility::OnLuaError::Report);
-    return Finish(L, held, operation, called, handled, wasNil);
+    return Finish(L, entryTop, held, operation, called, handled, wasNil);
 }
 
 // Whether "vyrluaNilReturnGripe" is set: read from the host debug database

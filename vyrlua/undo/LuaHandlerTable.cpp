@@ -3,6 +3,7 @@
 #include "vyrcore/config.h"
 #include "vyrlua/utility/LuaFieldReaders.h"
 #include "vyrlua/utility/LuaReference.h"
+#include "vyrlua/utility/LuaStack.h"
 
 #include <exception>
 #include <string>
@@ -23,6 +24,7 @@ lua_State* HeldState::Get() const
 
 void CallHandlerMethod(lua_State* L, int ref, const char* method)
 {
+    const int entryTop = lua_gettop(L);
     if (!lua_checkstack(L, 3))
         return;
     lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
@@ -40,7 +42,7 @@ void CallHandlerMethod(lua_State* L, int ref, const char* method)
             lua_pcall(L, 1, 0, 0);
         }
     }
-    lua_settop(L, 0);
+    utility::EndHostCall(L, entryTop);
 }
 
 namespace {

@@ -21,9 +21,9 @@ private:
 
 // Calls table:method() for the table under registry reference `ref`, with the
 // table as its only argument. Errors (a failing or missing method, a value
-// that is no longer a table) are dropped. Then empties the stack of the
-// running C frame (lua_settop(L, 0)): the undo service calls in from the top
-// level, where the stack is expected empty.
+// that is no longer a table) are dropped. Then empties the stack when called
+// at the top level (the undo service's case), else leaves it as it was
+// (utility::EndHostCall).
 void CallHandlerMethod(lua_State* L, int ref, const char* method);
 
 // Creates (or reuses) the global table `name` with no functions, leaving the

@@ -15,4 +15,15 @@ inline bool EnsureStack(lua_State* L, int n)
     return lua_gettop(L) + n <= LUA_MINSTACK || lua_checkstack(L, n) != 0;
 }
 
+// After the host called into Lua: at the top level (no function running on
+// L) the stack is the host's and is emptied; otherwise it belongs to a
+// running frame (a method dispatching from Lua code, or coroutine.resume
+// when the call came from inside a coroutine) and goes back to `entryTop`,
+// what it held before the call.
+inline void EndHostCall(lua_State* L, int entryTop)
+{
+    lua_Debug ar;
+    lua_settop(L, lua_getstack(L, 0, &ar) != 0 ? entryTop : 0);
+}
+
 } // namespace vyrlua::utility

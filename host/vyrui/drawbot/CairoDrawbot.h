@@ -24,6 +24,13 @@ void CheckColor(const char* what, const ColorRGBA& color);
 cairo_matrix_t ToCairo(const MatrixF& matrix);
 MatrixF FromCairo(const cairo_matrix_t& matrix);
 
+// Decodes image file bytes into a new ARGB32 image surface, or throws
+// std::runtime_error with the reason.
+using Decoder = cairo_surface_t* (*)(const void* bytes, std::size_t size);
+// Runs `decode` in a child process under the decoding limits
+// (kMaxDecodeSeconds of processor time); its result is copied back.
+cairo_surface_t* DecodeInChildProcess(const void* bytes, std::size_t size, Decoder decode);
+
 // Text as Pango takes it: UTF-8 with no NUL characters.
 std::string PangoText(std::u16string_view text);
 

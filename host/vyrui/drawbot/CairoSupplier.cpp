@@ -235,15 +235,9 @@ cairo_surface_t* DecodePNG(const void* bytes, std::size_t size)
     return image;
 }
 
-} // namespace
-
-boost::intrusive_ptr<ImageInterface> CairoSupplier::NewImageFromBuffer(int flags, const void* bytes,
-                                                                       std::size_t size)
+// Every format gdk-pixbuf's loaders know (SVG through librsvg included).
+cairo_surface_t* DecodeWithPixbuf(const void* bytes, std::size_t size)
 {
-    if (flags != 1)
-        throw std::invalid_argument("image flags must be 1");
-    if (size >= 8 && png_sig_cmp(static_cast<png_const_bytep>(bytes), 0, 8) == 0)
-        return new CairoImage(DecodePNG(bytes, size));
     DecodeLimits limits;
     GdkPixbufLoader* loader = gdk_pixbuf_loader_new();
     g_signal_connect(loader, "size-prepared", G_CALLBACK(OnSizePrepared), &limits);
@@ -272,7 +266,24 @@ boost::intrusive_ptr<ImageInterface> CairoSupplier::NewImageFromBuffer(int flags
         throw;
     }
     g_object_unref(loader);
-    return new CairoImage(image);
+    return image;
+}
+
+} // namespace
+
+boost::intrusive_ptr<ImageInterface> CairoSupplier::NewImageFromBuffer(int flags, const void* bytes,
+                                                                       std::size_t size)
+{
+    if (flags != 1)
+        throw std::invalid_argument("image flags must be 1");
+    if (size > kMaxImageFileBytes)
+        throw std::runtime_error("larger than " + std::to_string(kMaxImageFileBytes >> 20) +
+                                 " MiB");
+    // libpng's work is bounded by the pixel limit, checked before decoding;
+    // the other decoders' is not.
+    if (size >= 8 && png_sig_cmp(static_cast<png_const_bytep>(bytes), 0, 8) == 0)
+        return new CairoImage(DecodePNG(bytes, size));
+    return new CairoImage(DecodeInChildProcess(bytes, size, DecodeWithPixbuf));
 }
 
 namespace {

@@ -57,6 +57,81 @@ cairo_surface_t* WrapImage(const ImageInterface& image)
                                                image.GetStride());
 }
 
+void SetColor(cairo_t* cr, const ColorRGBA& c)
+{
+    cairo_set_source_rgba(cr, c.red, c.green, c.blue, c.alpha);
+}
+
+// The size of text in device pixels: `size` times the largest stretch of
+// the transform.
+double DeviceTextSize(cairo_t* cr, float size)
+{
+    cairo_matrix_t m;
+    cairo_get_matrix(cr, &m);
+    double squares = m.xx * m.xx + m.yx * m.yx + m.xy * m.xy + m.yy * m.yy;
+    double det = m.xx * m.yy - m.xy * m.yx;
+    double largest = std::sqrt((squares + std::sqrt(std::max(0.0, squares * squares - 4 * det * det))) / 2);
+    return largest * size;
+}
+
+// Text is drawn through a Cairo context of its own, set up as the surface's
+// (transform, clip, antialiasing): a font the rasteriser refuses puts that
+// context in its error state, never the surface's, which Cairo would keep
+// for good. A clip that is not a set of rectangles cannot be copied; the
+// text then goes to a group of the surface's context, composited through
+// that clip.
+class TextPass {
+public:
+    TextPass(cairo_t* surfaceCr, cairo_surface_t* target) : mSurfaceCr(surfaceCr)
+    {
+        cairo_matrix_t matrix;
+        cairo_get_matrix(surfaceCr, &matrix);
+        cairo_rectangle_list_t* clips = cairo_copy_clip_rectangle_list(surfaceCr);
+        if (clips->status == CAIRO_STATUS_SUCCESS) {
+            mCr = cairo_create(target);
+            cairo_set_matrix(mCr, &matrix);
+            for (int i = 0; i < clips->num_rectangles; ++i) {
+                const cairo_rectangle_t& r = clips->rectangles[i];
+                cairo_rectangle(mCr, r.x, r.y, r.width, r.height);
+            }
+            cairo_clip(mCr);
+        } else {
+            cairo_save(surfaceCr);
+            cairo_push_group(surfaceCr);
+            mGrouped = true;
+            mCr = cairo_create(cairo_get_group_target(surfaceCr));
+            cairo_set_matrix(mCr, &matrix);
+        }
+        cairo_rectangle_list_destroy(clips);
+        cairo_set_antialias(mCr, cairo_get_antialias(surfaceCr));
+    }
+    ~TextPass()
+    {
+        cairo_destroy(mCr);
+        if (mGrouped) {
+            cairo_pop_group_to_source(mSurfaceCr);
+            cairo_paint(mSurfaceCr);
+            cairo_restore(mSurfaceCr);
+        }
+    }
+    TextPass(const TextPass&) = delete;
+    TextPass& operator=(const TextPass&) = delete;
+
+    cairo_t* Cr() const { return mCr; }
+    // Throws when the text could not be drawn.
+    void Check() const
+    {
+        if (cairo_status_t status = cairo_status(mCr); status != CAIRO_STATUS_SUCCESS)
+            throw std::runtime_error(std::string("drawing failed: ") +
+                                     cairo_status_to_string(status));
+    }
+
+private:
+    cairo_t* mSurfaceCr;
+    cairo_t* mCr = nullptr;
+    bool mGrouped = false;
+};
+
 } // namespace
 
 CairoSurface::CairoSurface(std::shared_ptr<CairoSupplier> supplier, int width, int height,
@@ -99,8 +174,10 @@ void CairoSurface::CheckStatus() const
 
 void CairoSurface::SetSourceColor(const ColorRGBA& c)
 {
-    cairo_set_source_rgba(mCr, c.red, c.green, c.blue, c.alpha);
+    SetColor(mCr, c);
 }
+
+
 
 void CairoSurface::PushState()
 {
@@ -176,6 +253,9 @@ void CairoSurface::ShadePath(const PathInterface& path, const ShaderInterface& s
 PangoLayout* CairoSurface::NewLayout(const FontInterface& font, std::u16string_view text)
 {
     const auto& own = Own<CairoFont>(font, "a font");
+    // FreeType refuses glyphs some way above this many pixels.
+    if (DeviceTextSize(mCr, own.GetSize()) > kMaxTextSize)
+        throw std::invalid_argument("text size must be at most 4096 pixels once transformed");
     std::string utf8 = PangoText(text);
     CairoSupplier::ConfigureText(mTextContext, mState.deviceDependentText,
                                  mState.antiAlias != AntiAliasPolicy::None);
@@ -218,20 +298,19 @@ void CairoSurface::DrawString(const BrushInterface& brush, const FontInterface& 
         else if (alignment == TextAlignment::Right)
             offset = room;
     }
-    cairo_save(mCr);
+    TextPass pass(mCr, mTarget);
+    cairo_t* cr = pass.Cr();
     if (clip) {
-        cairo_new_path(mCr);
-        cairo_rectangle(mCr, origin.x, origin.y - baseline, boxWidth, height);
-        cairo_clip(mCr);
+        cairo_rectangle(cr, origin.x, origin.y - baseline, boxWidth, height);
+        cairo_clip(cr);
     }
-    SetSourceColor(brush.GetColor());
+    SetColor(cr, brush.GetColor());
     // The layout's own position counts from its logical left edge.
-    cairo_move_to(mCr, origin.x + offset - static_cast<double>(logical.x) / PANGO_SCALE,
+    cairo_move_to(cr, origin.x + offset - static_cast<double>(logical.x) / PANGO_SCALE,
                   origin.y - baseline);
-    pango_cairo_show_layout(mCr, layout);
-    cairo_restore(mCr);
+    pango_cairo_show_layout(cr, layout);
     g_object_unref(layout);
-    CheckStatus();
+    pass.Check();
 }
 
 void CairoSurface::DrawMultiLineString(const BrushInterface& brush, const FontInterface& font,
@@ -247,16 +326,15 @@ void CairoSurface::DrawMultiLineString(const BrushInterface& brush, const FontIn
     static constexpr PangoAlignment aligns[] = {PANGO_ALIGN_LEFT, PANGO_ALIGN_CENTER,
                                                 PANGO_ALIGN_RIGHT};
     pango_layout_set_alignment(layout, aligns[static_cast<int>(alignment)]);
-    cairo_save(mCr);
-    cairo_new_path(mCr);
-    cairo_rectangle(mCr, rect.left, rect.top, rect.width, rect.height);
-    cairo_clip(mCr);
-    SetSourceColor(brush.GetColor());
-    cairo_move_to(mCr, rect.left, rect.top);
-    pango_cairo_show_layout(mCr, layout);
-    cairo_restore(mCr);
+    TextPass pass(mCr, mTarget);
+    cairo_t* cr = pass.Cr();
+    cairo_rectangle(cr, rect.left, rect.top, rect.width, rect.height);
+    cairo_clip(cr);
+    SetColor(cr, brush.GetColor());
+    cairo_move_to(cr, rect.left, rect.top);
+    pango_cairo_show_layout(cr, layout);
     g_object_unref(layout);
-    CheckStatus();
+    pass.Check();
 }
 
 float CairoSurface::MeasureString(const FontInterface& font, std::u16string_view text)

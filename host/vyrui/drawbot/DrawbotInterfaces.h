@@ -39,11 +39,15 @@ inline constexpr std::int64_t kMaxSurfacePixels = std::int64_t{1} << 24; // 64 M
 inline constexpr float kMaxCoordinate = 1.0e6f;   // user-space coordinates and radii
 inline constexpr float kMaxTransformScale = 1.0e4f;
 inline constexpr float kMaxPenWidth = 1.0e4f;
-inline constexpr float kMaxTextSize = 4096.0f;     // points
+inline constexpr float kMaxTextSize = 4096.0f;     // points, and pixels once transformed
 inline constexpr std::size_t kMaxDashCount = 256;
 // UTF-16 code units in one text to draw or measure: laying out more, one
 // character a line in a narrow box, would stall the UI.
 inline constexpr std::size_t kMaxTextLength = 10000;
+// Image files: at most this many bytes, and decoded (all but PNG) in a
+// child process stopped after this much processor time (std::runtime_error).
+inline constexpr std::uintmax_t kMaxImageFileBytes = std::uintmax_t{64} << 20;
+inline constexpr int kMaxDecodeSeconds = 2;
 
 class SupplierInterface;
 

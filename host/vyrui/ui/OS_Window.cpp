@@ -145,6 +145,25 @@ void OS_Window::UI_UpdateNow()
         RenderRegion(dirty);
 }
 
+void OS_Window::Close()
+{
+    if (mClosed)
+        return;
+    mClosed = true;
+    Ptr keep(this);
+    if (UI_NodeManager* manager = UI_NodeManager::Get(false))
+        manager->UnregisterWindow(*this);
+    mRender = nullptr;
+    UI_ReleaseHandlers();
+}
+
+void UI_Dialog::Close()
+{
+    if (mModal)
+        EndModal();
+    OS_Window::Close();
+}
+
 UI_Dialog::~UI_Dialog()
 {
     if (mModal) {

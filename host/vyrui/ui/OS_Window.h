@@ -61,6 +61,14 @@ public:
     void UI_UpdateNow() override;
     int RenderCount() const { return mRenders; }
 
+    // What the platform does when the user closes the window: it leaves the
+    // window list (and a modal run), stops rendering, and every node of its
+    // tree loses its timers and handlers (UI_ReleaseHandlers). The nodes
+    // themselves live on while something holds them. Closing twice does
+    // nothing more.
+    virtual void Close();
+    bool IsClosed() const { return mClosed; }
+
 private:
     std::u16string mTitle;
     float mScale = 1;
@@ -71,6 +79,7 @@ private:
     std::shared_ptr<drawbot::PainterCache> mPainterCache;
     RenderFunction mRender;
     int mRenders = 0;
+    bool mClosed = false;
 };
 
 // A transient window (menus, pop-overs).
@@ -88,6 +97,7 @@ public:
     void BeginModal();
     void EndModal();
     bool IsModal() const { return mModal; }
+    void Close() override;
 
 private:
     bool mModal = false;

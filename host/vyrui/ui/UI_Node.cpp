@@ -569,6 +569,25 @@ void UI_Node::UI_RemoveTimer(int timerID, bool dropDue)
     mTimers.erase(it);
 }
 
+void UI_Node::UI_ReleaseHandlers()
+{
+    // Held: dropping a handler may drop the last other owner of a node.
+    Ptr keep(this);
+    CancelAllTimers();
+    // Moved out first: the destructors may run code that looks at the node.
+    std::vector<TimerNotifyFunction> notify = std::move(mTimerNotify);
+    mTimerNotify.clear();
+    boost::intrusive_ptr<UI_Binder> binder = std::move(mBinder);
+    std::any property = std::move(mProperty);
+    mProperty.reset();
+    notify.clear();
+    binder.reset();
+    property.reset();
+    std::vector<Ptr> children = mChildren;
+    for (const Ptr& child : children)
+        child->UI_ReleaseHandlers();
+}
+
 void UI_Node::CancelAllTimers()
 {
     while (!mTimers.empty())

@@ -252,6 +252,13 @@ public:
     // Calls every notify function with `timerID`; true when one claimed it.
     virtual bool UI_DoTimerNotify(int timerID);
 
+    // Cancels the timers of this node and of every node under it, and drops
+    // what they hold for the code that drives them: timer notify functions,
+    // binder, property slot. What closing a window does to its tree: a
+    // script's handlers often hold their own node, a cycle through the Lua
+    // registry that nothing else would break.
+    void UI_ReleaseHandlers();
+
     virtual bool UI_IsSubView() const { return false; }
 
 protected:
