@@ -20,6 +20,6 @@ if [ "$#" -gt 0 ]; then
   exec "$host" --headless --render out "$@"
 fi
 "$host" --headless --strict --render out examples/hello.lua
-"$host" --headless --strict --render out --run-for 1 examples/clip-inspector.lua
+"$host" --headless --strict --render out --run-for 1 examples/clip-panel.lua
 "$host" --headless --strict examples/poster.lua out/poster.png
-"$host" --headless --strict examples/clip-inspector-test.lua
+"$host" --headless --strict examples/clip-panel-test.lua

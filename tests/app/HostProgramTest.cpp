@@ -311,12 +311,12 @@ TEST(HostProgramTest, ExamplesRenderAndTestThemselves)
     fs::remove_all(out);
     EXPECT_EQ(RunHost("--strict --render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
     EXPECT_EQ(RunHost("--strict --run-for 1 --render " + out.string() + " " +
-                      (examples / "clip-inspector.lua").string()).status, 0);
+                      (examples / "clip-panel.lua").string()).status, 0);
     // Text, controls and the meter: far more than a blank window's colours.
     EXPECT_GT(ContentColours(out / "hello.png"), 20u);
-    EXPECT_GT(ContentColours(out / "clip-inspector.png"), 20u);
+    EXPECT_GT(ContentColours(out / "clip-panel.png"), 20u);
 
-    Outcome test = RunHost("--headless --strict " + (examples / "clip-inspector-test.lua").string());
+    Outcome test = RunHost("--headless --strict " + (examples / "clip-panel-test.lua").string());
     EXPECT_EQ(test.status, 0) << test.out;
     EXPECT_NE(test.out.find(" passed, 0 failed\n"), std::string::npos) << test.out;
 }

@@ -218,12 +218,12 @@ void Painter::Chevron(const RectF& box, const ColorRGBA& color, ChevronDirection
     }
 }
 
-void Painter::Label(std::u16string_view text, const RectF& box, const FontSpec& spec,
+void Painter::Label(std::u16string_view text, const RectF& box, const FontSpec& fontSpec,
                     const ColorRGBA& color, TextAlignment alignment, TextTruncation truncation)
 {
     if (text.empty() || box.width <= 0)
         return;
-    FontInterface& font = Font(spec);
+    FontInterface& font = Font(fontSpec);
     FontMetrics metrics = mSupplier.GetFontMetrics(font);
     float baseline = box.top + (box.height - (metrics.ascent + metrics.descent)) / 2 + metrics.ascent;
     if (mAxisAligned) {

@@ -1,9 +1,9 @@
 -- Tests the clip inspector as a user would use it: clicks, keys and time,
 -- all simulated through the host's real input path.
--- Run it with:  build/puc/bin/vyrlua-host --headless --strict examples/clip-inspector-test.lua
+-- Run it with:  build/puc/bin/vyrlua-host --headless --strict examples/clip-panel-test.lua
 
 local here = (arg[0] or ""):match("^(.*)/[^/]*$") or "."
-local panel = dofile(here .. "/clip-inspector.lua")
+local panel = dofile(here .. "/clip-panel.lua")
 local input = require "vyrhost.input"
 
 local passed, failed = 0, 0

@@ -1,9 +1,9 @@
 -- A clip inspector, made the way a video application's panel is: labels,
 -- buttons and a check box from the toolkit, a level meter the script draws
 -- and animates with a timer, handlers, and undo for every change.
--- Run it with:  build/puc/bin/vyrlua-host examples/clip-inspector.lua
+-- Run it with:  build/puc/bin/vyrlua-host examples/clip-panel.lua
 -- (a window under a display; headless add --render out --run-for 1).
--- examples/clip-inspector-test.lua drives it with simulated input.
+-- examples/clip-panel-test.lua drives it with simulated input.
 
 require "vyrlua.vyrcontrols"
 local R, RGBA = vyrlua_CreateNewRectF32, vyrlua_CreateNewRGBA
@@ -11,7 +11,7 @@ local R, RGBA = vyrlua_CreateNewRectF32, vyrlua_CreateNewRGBA
 local clip = { name = "Interview_A012.mov", duration = "00:01:12:05", rate = "25 fps", gain = 0, muted = false }
 
 local panel = {}
-local window = vyrcontrols.NewWindow("clip-inspector", R(160, 120, 340, 236), "Clip Inspector")
+local window = vyrcontrols.NewWindow("clip-panel", R(160, 120, 340, 236), "Clip Inspector")
 window:SetThemeName("dark")
 panel.window = window
 
