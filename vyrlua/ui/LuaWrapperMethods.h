@@ -144,38 +144,23 @@ struct Utf16 : Utf8 {
     static std::u16string ToHost(lua_State*, std::string_view v) { return vyrcore::string::UTF8to16(v); }
 };
 
-struct Point {
-    using Raw = PointF;
-    static PointF Read(lua_State* L, int i)
+// A value type read by field name (points, rectangles, colours, matrices).
+template <typename T, void (*Get)(lua_State*, int, T&)>
+struct ValueArg {
+    using Raw = T;
+    static T Read(lua_State* L, int i)
     {
-        PointF p;
-        drawbot::GetPointF32FromLua(L, i, p);
-        return p;
+        T v{};
+        Get(L, i, v);
+        return v;
     }
-    static PointF ToHost(lua_State*, PointF v) { return v; }
+    static T ToHost(lua_State*, const T& v) { return v; }
 };
 
-struct Rect {
-    using Raw = RectF;
-    static RectF Read(lua_State* L, int i)
-    {
-        RectF r;
-        drawbot::GetRectF32FromLua(L, i, r);
-        return r;
-    }
-    static RectF ToHost(lua_State*, RectF v) { return v; }
-};
-
-struct Color {
-    using Raw = ColorRGBA;
-    static ColorRGBA Read(lua_State* L, int i)
-    {
-        ColorRGBA c;
-        drawbot::GetColorRGBAFromLua(L, i, c);
-        return c;
-    }
-    static ColorRGBA ToHost(lua_State*, ColorRGBA v) { return v; }
-};
+using Point = ValueArg<PointF, drawbot::GetPointF32FromLua>;
+using Rect = ValueArg<RectF, drawbot::GetRectF32FromLua>;
+using Color = ValueArg<ColorRGBA, drawbot::GetColorRGBAFromLua>;
+using Matrix = ValueArg<vyrcore::geom::MatrixF, drawbot::GetMatrixF32FromLua>;
 
 // Another node: resolved at the call, like self ("Bad user data" if it is
 // not a wrapper), and passed as a reference; no call without a node.
@@ -246,26 +231,22 @@ struct Result<std::u16string> : Result<std::string> {
     static std::string Store(const std::u16string& v) { return vyrcore::string::UTF16to8(v); }
 };
 
-template <>
-struct Result<PointF> {
-    using Stored = PointF;
-    static PointF Store(PointF v) { return v; }
-    static int Push(lua_State* L, PointF v) { return drawbot::PushPointF32ToLua(L, v); }
+// A value type pushed through its script-defined constructor.
+template <typename T, int (*PushValue)(lua_State*, const T&)>
+struct ValueResult {
+    using Stored = T;
+    static T Store(const T& v) { return v; }
+    static int Push(lua_State* L, const T& v) { return PushValue(L, v); }
 };
 
 template <>
-struct Result<RectF> {
-    using Stored = RectF;
-    static RectF Store(const RectF& v) { return v; }
-    static int Push(lua_State* L, const RectF& v) { return drawbot::PushRectF32ToLua(L, v); }
-};
-
+struct Result<PointF> : ValueResult<PointF, drawbot::PushPointF32ToLua> {};
 template <>
-struct Result<ColorRGBA> {
-    using Stored = ColorRGBA;
-    static ColorRGBA Store(const ColorRGBA& v) { return v; }
-    static int Push(lua_State* L, const ColorRGBA& v) { return drawbot::PushColorRGBAToLua(L, v); }
-};
+struct Result<RectF> : ValueResult<RectF, drawbot::PushRectF32ToLua> {};
+template <>
+struct Result<ColorRGBA> : ValueResult<ColorRGBA, drawbot::PushColorRGBAToLua> {};
+template <>
+struct Result<vyrcore::geom::MatrixF> : ValueResult<vyrcore::geom::MatrixF, drawbot::PushMatrixF32ToLua> {};
 
 // A node result goes through the factory (which protects its own pushes).
 template <typename T>

@@ -12,24 +12,6 @@ using vyrcore::geom::MatrixF;
 using vyrui::ui::OS_OpenGLView;
 using vyrui::ui::OS_OpenGLViewBase;
 
-struct Matrix {
-    using Raw = MatrixF;
-    static MatrixF Read(lua_State* L, int i)
-    {
-        MatrixF m;
-        drawbot::GetMatrixF32FromLua(L, i, m);
-        return m;
-    }
-    static MatrixF ToHost(lua_State*, const MatrixF& v) { return v; }
-};
-
-template <>
-struct Result<MatrixF> {
-    using Stored = MatrixF;
-    static MatrixF Store(const MatrixF& v) { return v; }
-    static int Push(lua_State* L, const MatrixF& v) { return drawbot::PushMatrixF32ToLua(L, v); }
-};
-
 namespace {
 
 // The host's own steps, with the view's context current (created, and
