@@ -37,7 +37,6 @@ namespace {
 // Beyond the processor-time limit, a child that makes no progress (blocked)
 // is killed after this long.
 constexpr int kWallSeconds = 30;
-constexpr std::size_t kHeadroomBytes = std::size_t{1} << 30;
 
 enum class Outcome : int { Running, Decoded, Failed };
 
@@ -65,6 +64,8 @@ void LimitChild()
     setrlimit(RLIMIT_CPU, &cpu);
 #ifndef VYR_SANITIZED
     // Sanitizers reserve terabytes of address space: no such limit there.
+    // Elsewhere the child may grow this much beyond what it inherited.
+    constexpr rlim_t kHeadroomBytes = rlim_t{1} << 30;
     std::size_t pages = 0;
     if (std::ifstream("/proc/self/statm") >> pages) {
         rlim_t bytes = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + kHeadroomBytes;
