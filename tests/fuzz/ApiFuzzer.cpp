@@ -159,7 +159,8 @@ public:
         auto& actions = vyrtest::HostActions();
         lua_State* L = mRuntime->State();
         const int top = lua_gettop(L);
-        if (luaL_loadstring(L, "local f = ... return coroutine.resume(coroutine.create(f))") != 0)
+        // Lua 5.1 runs only a Lua function as a coroutine's body.
+        if (luaL_loadstring(L, "local f = ... return coroutine.resume(coroutine.create(function() return f() end))") != 0)
             Fail("cannot load the coroutine runner");
         lua_pushlightuserdata(L, &mRuntime->Application());
         lua_pushlightuserdata(L, const_cast<vyrtest::HostAction*>(&actions[in.Byte() % actions.size()]));
