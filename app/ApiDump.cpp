@@ -2,6 +2,7 @@
 
 #include "app/LibraryExports.h"
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaSignatures.h"
 
 #include <stdexcept>
 #include <vector>
@@ -53,6 +54,26 @@ void PushSet(lua_State* L, const std::vector<std::string>& items)
     }
 }
 
+// signatureOf(f): the parameter types and the result type (or nil) recorded
+// for a C function, or nothing when none was.
+int SignatureOfBody(lua_State* L)
+{
+    lua_CFunction f = lua_tocfunction(L, 1);
+    const vyrlua::utility::LuaSignature* signature = f ? vyrlua::utility::FindLuaSignature(f) : nullptr;
+    if (signature == nullptr)
+        return 0;
+    lua_createtable(L, signature->paramCount, 0);
+    for (int i = 0; i < signature->paramCount; ++i) {
+        lua_pushstring(L, signature->params[i]);
+        lua_rawseti(L, -2, i + 1);
+    }
+    if (signature->result)
+        lua_pushstring(L, signature->result);
+    else
+        lua_pushnil(L);
+    return 2;
+}
+
 // Protected, behind the boundary; holds nothing with a destructor.
 int DumpBody(lua_State* L)
 {
@@ -65,7 +86,8 @@ int DumpBody(lua_State* L)
     PushSet(L, input->plainGlobals);
     PushSet(L, input->plainRegistry);
     PushSet(L, input->plainPreload);
-    lua_call(L, 5, 1);
+    lua_pushcfunction(L, vyrlua::utility::LuaBoundary<SignatureOfBody>);
+    lua_call(L, 6, 1);
     if (lua_type(L, -1) != LUA_TSTRING)
         throw vyrlua::utility::LuaError("the API dump returned no text");
     return 1;

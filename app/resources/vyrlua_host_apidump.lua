@@ -2,9 +2,10 @@
 -- state. Called by the host program with the format ("markdown" or "lua"),
 -- the names of the modules to open (the library's exported openers and
 -- package.preload), and the global names and registry keys a plain Lua state
--- has, which are left out. Returns the text.
+-- has, which are left out, and signatureOf(f), which gives the parameter and
+-- result types the library recorded for a function. Returns the text.
 
-return function(format, moduleNames, plainGlobals, plainRegistry, plainPreload)
+return function(format, moduleNames, plainGlobals, plainRegistry, plainPreload, signatureOf)
 
 local function sortedKeys(t, filter)
   local keys = {}
@@ -84,12 +85,13 @@ for _, name in ipairs(sortedKeys(registry, function(k, v)
   return type(v) == "table" and not plainRegistry[k] and hasFunction(v)
 end)) do
   local mt = registry[name]
-  local methods, metamethods, seen = {}, {}, {}
+  local methods, metamethods, seen, functions = {}, {}, {}, {}
   local t, depth = mt, 0
   while type(t) == "table" and depth < 16 do
     for _, k in ipairs(sortedKeys(t)) do
       if type(rawget(t, k)) == "function" and not seen[k] then
         seen[k] = true
+        functions[k] = rawget(t, k)
         if k:sub(1, 2) == "__" then metamethods[#metamethods + 1] = k
         else methods[#methods + 1] = k end
       end
@@ -100,7 +102,8 @@ end)) do
   end
   table.sort(methods)
   table.sort(metamethods)
-  kinds[#kinds + 1] = { name = name, methods = methods, metamethods = metamethods }
+  kinds[#kinds + 1] = { name = name, methods = methods, metamethods = metamethods,
+                        functions = functions }
 end
 
 -- Globals the library and the host program add beyond a plain state.
@@ -130,6 +133,14 @@ local function constantText(v)
   return tostring(v)
 end
 
+-- A method with the types the library recorded: "SetValue(boolean)",
+-- "GetText() -> string"; its name alone when none were.
+local function methodText(name, fn)
+  local params, result = signatureOf(fn)
+  if not params then return name end
+  return name .. "(" .. table.concat(params, ", ") .. ")" .. (result and (" -> " .. result) or "")
+end
+
 local function markdownTable(d, prefix)
   if #d.functions > 0 then emit("Functions: ", code(d.functions, prefix), "\n\n") end
   for _, nested in ipairs(d.tables) do
@@ -148,7 +159,9 @@ local function markdown()
   emit("# vyrlua API reference\n\n",
        "What the library and the host program register, read from a live state by\n",
        "`vyrlua-host --dump-api markdown` (this file is its output; regenerate it\n",
-       "rather than editing it). Parameter and return types are not listed yet.\n\n",
+       "rather than editing it). Where the library knows a method's types, they\n",
+       "follow its name: `SetEnabled(boolean?)`, `GetRectF() -> RectF32` (\"?\": may be\n",
+       "left out); a name alone is a method whose types are not recorded.\n\n",
        "## Modules\n\n")
   for _, m in ipairs(modules) do
     emit("### `", m.name, "`\n\n")
@@ -169,7 +182,11 @@ local function markdown()
        "all those its values answer, inherited ones included.\n\n")
   for _, k in ipairs(kinds) do
     emit("### `", k.name, "`\n\n")
-    if #k.methods > 0 then emit("Methods (", #k.methods, "): ", code(k.methods), "\n\n") end
+    if #k.methods > 0 then
+      local texts = {}
+      for i, m in ipairs(k.methods) do texts[i] = methodText(m, k.functions[m]) end
+      emit("Methods (", #k.methods, "): ", code(texts), "\n\n")
+    end
     if #k.metamethods > 0 then emit("Metamethods: ", code(k.metamethods), "\n\n") end
   end
   emit("## Globals\n\n")
@@ -182,6 +199,49 @@ end
 
 local function luaName(name)
   return name:match("^[%a_][%w_]*$") and name or nil
+end
+
+local keywords = {}
+for w in ([[and break do else elseif end false for function if in local nil not
+            or repeat return then true until while]]):gmatch("%a+") do keywords[w] = true end
+
+-- Parameter names for the definitions: a setter's one argument is named
+-- after what it sets (SetChecked(checked), UI_SetEnabled(enabled)); others
+-- after their type.
+local byType = { boolean = "flag", integer = "n", number = "x", string = "text",
+                 PointF32 = "point", RectF32 = "rect", RGBA = "color", MatrixF32 = "matrix",
+                 vyrUINode = "node" }
+local function paramNames(method, params)
+  local names, used = {}, {}
+  for i, p in ipairs(params) do
+    local base = p:gsub("%?$", "")
+    local name = byType[base] or "arg"
+    if #params == 1 then
+      local set = method:match("^Set(%u%w*)$") or method:match("^UI_Set(%u%w*)$")
+      if set then name = set:sub(1, 1):lower() .. set:sub(2) end
+    end
+    if keywords[name] then name = name .. "_" end
+    if used[name] then name = name .. i end
+    used[name] = true
+    names[i] = name
+  end
+  return names
+end
+
+-- A method's definition, with ---@param and ---@return where known.
+local function luaMethod(owner, name, fn)
+  local params, result = signatureOf(fn)
+  if not params then
+    emit("function ", owner, ":", name, "(...) end\n")
+    return
+  end
+  local names = paramNames(name, params)
+  for i, p in ipairs(params) do
+    local optional = p:sub(-1) == "?"
+    emit("---@param ", names[i], optional and "? " or " ", optional and p:sub(1, -2) or p, "\n")
+  end
+  if result then emit("---@return ", result, "\n") end
+  emit("function ", owner, ":", name, "(", table.concat(names, ", "), ") end\n")
 end
 
 local function luaTable(d, owner)
@@ -206,7 +266,14 @@ local function lua()
        "-- vyrlua definitions for the Lua language server, generated by\n",
        "-- `vyrlua-host --dump-api lua` from a live state. A module without a\n",
        "-- global is a class named after its require name:\n",
-       "--   local input = require \"vyrhost.input\" ---@type vyrhost.input\n\n")
+       "--   local input = require \"vyrhost.input\" ---@type vyrhost.input\n\n",
+       "-- Value types, made by the vyrlua_CreateNew* constructors.\n",
+       "---@class PointF32\n---@field x number\n---@field y number\n\n",
+       "---@class RectF32\n---@field left number\n---@field top number\n",
+       "---@field width number\n---@field height number\n\n",
+       "---@class RGBA\n---@field red number\n---@field green number\n",
+       "---@field blue number\n---@field alpha number\n\n",
+       "---@class MatrixF32: number[] nine numbers, row-major\n\n")
   for _, m in ipairs(modules) do
     if m.ok and type(m.value) == "table" then
       local global = globalOf[m.value]
@@ -220,7 +287,7 @@ local function lua()
     local owner = "K_" .. k.name:gsub("%W", "_")
     emit("---@class ", k.name, "\nlocal ", owner, " = {}\n")
     for _, f in ipairs(k.methods) do
-      if luaName(f) then emit("function ", owner, ":", f, "(...) end\n") end
+      if luaName(f) then luaMethod(owner, f, k.functions[f]) end
     end
     emit("\n")
   end

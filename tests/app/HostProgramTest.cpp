@@ -263,11 +263,18 @@ TEST(HostProgramTest, CheckedInApiReferenceIsWhatTheLibraryRegisters)
     EXPECT_TRUE(dump.out == checkedIn)
         << "docs/api.md is stale: regenerate it with vyrlua-host --dump-api markdown > docs/api.md";
 
-    // The editor definitions are Lua that loads.
+    // The editor definitions are Lua that loads, with the types the method
+    // descriptions recorded.
     std::string definitions = ::testing::TempDir() + "vyrlua-meta.lua";
     EXPECT_EQ(RunHost("--dump-api lua > " + definitions).status, 0);
     Outcome loads = RunHost(Script("load.lua", "assert(loadfile('" + definitions + "')) print('ok')"));
     EXPECT_EQ(loads.out, "ok\n");
+    std::ifstream defs(definitions);
+    std::string lua((std::istreambuf_iterator<char>(defs)), std::istreambuf_iterator<char>());
+    EXPECT_NE(lua.find("---@param checked boolean\nfunction K_vyrCheckbox:SetChecked(checked) end"),
+              std::string::npos);
+    EXPECT_NE(lua.find("---@param enabled? boolean\nfunction K_vyrControlView:SetEnabled(enabled) end"),
+              std::string::npos);
 }
 
 TEST(HostProgramTest, StockInterpreterSaysWhatNeedsTheHost)

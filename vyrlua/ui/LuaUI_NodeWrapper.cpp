@@ -259,6 +259,7 @@ void SetCustomThemeColor(UI_Node& self, int slot, ColorRGBA color)
 
 // The colour argument, opaque black when absent or nil.
 struct ColorOrBlack : Color {
+    static constexpr const char* kLuaType = "RGBA?";
     static ColorRGBA Read(lua_State* L, int i)
     {
         return lua_isnoneornil(L, i) ? ColorRGBA{0, 0, 0, 1} : Color::Read(L, i);

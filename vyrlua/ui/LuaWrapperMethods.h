@@ -27,6 +27,7 @@
 #include "vyrlua/ui/LuaControlWrapperBase.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/utility/LuaArgs.h"
+#include "vyrlua/utility/LuaSignatures.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 #include "vyrcore/string.h"
 
@@ -71,13 +72,35 @@ Host* SelfAs(lua_State* L, vyrui::ui::UI_Node** nodeOut = nullptr)
     }
 }
 
+// The Lua name of a host value type, as the API reference shows it.
+template <typename T>
+struct LuaTypeName;
+template <>
+struct LuaTypeName<PointF> {
+    static constexpr const char* value = "PointF32";
+};
+template <>
+struct LuaTypeName<RectF> {
+    static constexpr const char* value = "RectF32";
+};
+template <>
+struct LuaTypeName<ColorRGBA> {
+    static constexpr const char* value = "RGBA";
+};
+template <>
+struct LuaTypeName<vyrcore::geom::MatrixF> {
+    static constexpr const char* value = "MatrixF32";
+};
+
 // ---------------------------------------------------------------------------
 // Argument traits: Read takes the Lua value into a plain (trivially
 // destructible) value and may run script code; ToHost converts it for the
-// host call and runs none.
+// host call and runs none. kLuaType names the Lua type for the API
+// reference ("?" at the end: the argument may be left out).
 
 struct Bool {
     using Raw = bool;
+    static constexpr const char* kLuaType = "boolean";
     static bool Read(lua_State* L, int i) { return lua_toboolean(L, i) != 0; }
     static bool ToHost(lua_State*, bool v) { return v; }
 };
@@ -85,35 +108,41 @@ struct Bool {
 // An optional boolean: absent means Default; present (nil too) reads Lua truth.
 template <bool Default>
 struct OptBool : Bool {
+    static constexpr const char* kLuaType = "boolean?";
     static bool Read(lua_State* L, int i) { return lua_gettop(L) < i ? Default : lua_toboolean(L, i) != 0; }
 };
 
 struct Int {
     using Raw = int;
+    static constexpr const char* kLuaType = "integer";
     static int Read(lua_State* L, int i) { return utility::CheckInt(L, i); }
     static int ToHost(lua_State*, int v) { return v; }
 };
 
 template <int Default>
 struct OptInt : Int {
+    static constexpr const char* kLuaType = "integer?";
     static int Read(lua_State* L, int i) { return utility::OptInt(L, i, Default); }
 };
 
 // Positions and counts passed to the host unchanged.
 struct Integer {
     using Raw = lua_Integer;
+    static constexpr const char* kLuaType = "integer";
     static lua_Integer Read(lua_State* L, int i) { return utility::CheckInteger(L, i); }
     static long long ToHost(lua_State*, lua_Integer v) { return static_cast<long long>(v); }
 };
 
 struct Float {
     using Raw = float;
+    static constexpr const char* kLuaType = "number";
     static float Read(lua_State* L, int i) { return utility::ToFloat(utility::CheckNumber(L, i)); }
     static float ToHost(lua_State*, float v) { return v; }
 };
 
 struct Double {
     using Raw = double;
+    static constexpr const char* kLuaType = "number";
     static double Read(lua_State* L, int i) { return utility::CheckNumber(L, i); }
     static double ToHost(lua_State*, double v) { return v; }
 };
@@ -123,6 +152,7 @@ struct Double {
 template <typename Enum, int Count>
 struct EnumArg {
     using Raw = int;
+    static constexpr const char* kLuaType = "integer";
     static int Read(lua_State* L, int i)
     {
         int v = utility::CheckInt(L, i);
@@ -136,6 +166,7 @@ struct EnumArg {
 // Strings: the view stays valid while the argument is on the stack.
 struct Utf8 {
     using Raw = std::string_view;
+    static constexpr const char* kLuaType = "string";
     static std::string_view Read(lua_State* L, int i) { return utility::CheckLString(L, i); }
     static std::string ToHost(lua_State*, std::string_view v) { return std::string(v); }
 };
@@ -144,10 +175,12 @@ struct Utf16 : Utf8 {
     static std::u16string ToHost(lua_State*, std::string_view v) { return vyrcore::string::UTF8to16(v); }
 };
 
-// A value type read by field name (points, rectangles, colours, matrices).
+// A value type read by field name (points, rectangles, colours, matrices),
+// named in Lua by the constructor that makes it.
 template <typename T, void (*Get)(lua_State*, int, T&)>
 struct ValueArg {
     using Raw = T;
+    static constexpr const char* kLuaType = LuaTypeName<T>::value;
     static T Read(lua_State* L, int i)
     {
         T v{};
@@ -166,6 +199,7 @@ using Matrix = ValueArg<vyrcore::geom::MatrixF, drawbot::GetMatrixF32FromLua>;
 // not a wrapper), and passed as a reference; no call without a node.
 struct NodeArg {
     using Raw = int; // its stack index
+    static constexpr const char* kLuaType = "vyrUINode";
     static int Read(lua_State* L, int i)
     {
         NodeAt(L, i); // fails early for a value that is not a wrapper
@@ -184,6 +218,7 @@ struct Result;
 template <>
 struct Result<bool> {
     using Stored = bool;
+    static constexpr const char* kLuaType = "boolean";
     static bool Store(bool v) { return v; }
     static int Push(lua_State* L, bool v)
     {
@@ -195,6 +230,7 @@ struct Result<bool> {
 template <typename T>
 struct Result<T, std::enable_if_t<std::is_integral_v<T> || std::is_enum_v<T>>> {
     using Stored = lua_Integer;
+    static constexpr const char* kLuaType = "integer";
     static lua_Integer Store(T v) { return static_cast<lua_Integer>(v); }
     static int Push(lua_State* L, lua_Integer v)
     {
@@ -206,6 +242,7 @@ struct Result<T, std::enable_if_t<std::is_integral_v<T> || std::is_enum_v<T>>> {
 template <typename T>
 struct Result<T, std::enable_if_t<std::is_floating_point_v<T>>> {
     using Stored = lua_Number;
+    static constexpr const char* kLuaType = "number";
     static lua_Number Store(T v) { return v; }
     static int Push(lua_State* L, lua_Number v)
     {
@@ -217,6 +254,7 @@ struct Result<T, std::enable_if_t<std::is_floating_point_v<T>>> {
 template <>
 struct Result<std::string> {
     using Stored = std::string;
+    static constexpr const char* kLuaType = "string";
     static std::string Store(const std::string& v) { return v; }
     // Protected: the string is alive while it is pushed.
     static int Push(lua_State* L, const std::string& v)
@@ -235,6 +273,7 @@ struct Result<std::u16string> : Result<std::string> {
 template <typename T, int (*PushValue)(lua_State*, const T&)>
 struct ValueResult {
     using Stored = T;
+    static constexpr const char* kLuaType = LuaTypeName<T>::value;
     static T Store(const T& v) { return v; }
     static int Push(lua_State* L, const T& v) { return PushValue(L, v); }
 };
@@ -252,6 +291,7 @@ struct Result<vyrcore::geom::MatrixF> : ValueResult<vyrcore::geom::MatrixF, draw
 template <typename T>
 struct Result<T*, std::enable_if_t<std::is_base_of_v<vyrui::ui::UI_Node, T>>> {
     using Stored = NodePtr;
+    static constexpr const char* kLuaType = "vyrUINode";
     static NodePtr Store(T* v) { return NodePtr(v); }
     static int Push(lua_State* L, const NodePtr& v) { return LuaControlWrapperFactory(v, L) ? 1 : 0; }
 };
@@ -273,6 +313,9 @@ struct MemberTraits<R (*)(A...)> {
     using Return = R;
 };
 
+template <typename Host, auto Fn, typename... Args>
+struct MethodSignature;
+
 // A member function of the host class, or a free function taking it first.
 template <auto Fn, typename Host, typename... A>
 decltype(auto) Invoke(Host* self, A&&... args)
@@ -287,6 +330,7 @@ template <typename Host, auto Fn, typename... Args, size_t... I>
 int MethodBody(lua_State* L, std::index_sequence<I...>)
 {
     using R = std::decay_t<typename MemberTraits<decltype(Fn)>::Return>;
+    (void)&MethodSignature<Host, Fn, Args...>::recorded; // instantiates the record
     // Without arguments nothing runs between the two resolutions.
     if constexpr (sizeof...(Args) > 0) {
         if (SelfAs<Host>(L) == nullptr)
@@ -325,5 +369,28 @@ int Method(lua_State* L)
 // The registered function: the method body behind the error boundary.
 template <typename Host, auto Fn, typename... Args>
 inline constexpr lua_CFunction Method = utility::LuaBoundary<detail::Method<Host, Fn, Args...>>;
+
+namespace detail {
+
+template <typename T>
+constexpr const char* ResultLuaType()
+{
+    if constexpr (std::is_void_v<T>)
+        return nullptr;
+    else
+        return Result<T>::kLuaType;
+}
+
+// Recorded before main, as the method's body is instantiated.
+template <typename Host, auto Fn, typename... Args>
+struct MethodSignature {
+    static constexpr const char* kParams[] = {Args::kLuaType..., nullptr};
+    static inline const bool recorded = utility::RecordLuaSignature(
+        ui::Method<Host, Fn, Args...>, // the registered function, not the body
+        {kParams, static_cast<int>(sizeof...(Args)),
+         ResultLuaType<std::decay_t<typename MemberTraits<decltype(Fn)>::Return>>()});
+};
+
+} // namespace detail
 
 } // namespace vyrlua::ui
