@@ -552,3 +552,60 @@ TEST_F(AllocationFailure, PushingAFreshStringHoldsNothing)
     }
     EXPECT_GT(failed, 0) << "no call ran out of memory: the test tests nothing";
 }
+
+// The host calls a handler from outside any Lua call, as an event loop
+// does: running out of memory while the arguments are pushed (an event
+// object, a node wrapper, a fresh string) must be reported, never reach
+// Lua's panic or skip the caller's frames.
+TEST_F(AllocationFailure, HostCallsWithFailingArgumentPushesAreReported)
+{
+    if (!MakeRuntime())
+        GTEST_SKIP() << KzKernel_LuaName()
+                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
+                        "allocation failure is tested under PUC Lua";
+    size_t reported = 0;
+    std::vector<std::string> failures = InChild([&] {
+        std::vector<std::string> found;
+        auto runtime = MakeRuntime();
+        lua_State* L = runtime->State();
+        if (luaL_dostring(L, R"(
+                require 'vyrlua.vyrcontrols'
+                node = vyrcontrols.NewNode('fresh node name')
+                node:BindVyrOperation('OnDoMouseEvent', function(e, self) return self ~= nil end)
+                node:BindVyrOperation('OnDoKeyboardEvent', function(e, self) return true end))") != 0)
+            return std::vector<std::string>{lua_tostring(L, -1)};
+        lua_getglobal(L, "node");
+        vyrui::ui::UI_Node::Ptr node(vyrlua::ui::NodeAt(L, -1));
+        lua_settop(L, 0);
+        const int held = node->GetUseCount();
+        for (size_t k = 1; k <= kPerCallCap; ++k) {
+            lua_gc(L, LUA_GCCOLLECT, 0);
+            reports.clear();
+            allocator.Arm(k);
+            vyrui::events::MouseEvent mouse;
+            node->UI_DoMouseEvent(mouse);
+            vyrui::events::KeyboardEvent key;
+            key.text = "typed text not interned yet";
+            node->UI_DoKeyboardEvent(key);
+            const bool injected = allocator.growing >= k;
+            allocator.Disarm();
+            for (const std::string& report : reports) {
+                ++reported;
+                if (!MentionsMemory(report))
+                    found.push_back("allocation " + std::to_string(k) + ": reported " + report);
+            }
+            if (lua_gettop(L) != 0)
+                found.push_back("allocation " + std::to_string(k) + ": the stack was left with values");
+            if (!injected)
+                break;
+        }
+        lua_gc(L, LUA_GCCOLLECT, 0);
+        if (node->GetUseCount() != held)
+            found.push_back("the node's use count changed");
+        if (reported == 0)
+            found.push_back("no push ran out of memory: the test tests nothing");
+        return found;
+    });
+    for (const std::string& f : failures)
+        ADD_FAILURE() << f;
+}

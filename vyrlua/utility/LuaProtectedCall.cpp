@@ -4,6 +4,7 @@
 #include "vyrlua/utility/LuaBoundary.h"
 
 #include <functional>
+#include <new>
 
 namespace vyrlua::utility {
 
@@ -30,7 +31,12 @@ int TracebackBody(lua_State* L)
     luaL_addstring(&b, "stack traceback:");
     lua_Debug ar;
     for (int level = 1; level <= kTracebackLevels && lua_getstack(L, level, &ar); ++level) {
-        lua_getinfo(L, "Sln", &ar);
+        lua_getinfo(L, "Slnf", &ar);
+        // The argument runner is the host's side of the call, not the script's.
+        const bool runner = lua_tocfunction(L, -1) == detail::ArgumentRunner();
+        lua_pop(L, 1);
+        if (runner)
+            break;
         if (ar.currentline > 0)
             lua_pushfstring(L, "\n\t%s:%d: in ", ar.short_src, ar.currentline);
         else
@@ -99,6 +105,51 @@ void KeepCallTraceback(lua_State* L)
         lua_pushnil(L);
         lua_setfield(L, LUA_REGISTRYINDEX, kTracebackKey);
     }
+}
+
+thread_local const detail::PendingArguments* detail::gPendingArguments = nullptr;
+
+namespace {
+
+// Registry slot of the argument runner: an integer key luaL_ref never hands
+// out, so fetching it neither hashes a string nor allocates.
+constexpr int kArgumentRunnerSlot = -0x7672;
+
+// Stack: the function to call. Reads what to push before anything can run
+// another call that sets it.
+int RunWithArgumentsBody(lua_State* L)
+{
+    const detail::PendingArguments* pending = detail::gPendingArguments;
+    const int nargs = pending->push(pending->pusher, L);
+    lua_call(L, nargs, pending->nresults);
+    return lua_gettop(L);
+}
+
+int StoreArgumentRunner(lua_State* L)
+{
+    lua_pushcfunction(L, detail::ArgumentRunner());
+    lua_rawseti(L, LUA_REGISTRYINDEX, kArgumentRunnerSlot);
+    return 0;
+}
+
+} // namespace
+
+lua_CFunction detail::ArgumentRunner()
+{
+    return LuaBoundary<RunWithArgumentsBody>;
+}
+
+void detail::PushArgumentRunner(lua_State* L)
+{
+    lua_rawgeti(L, LUA_REGISTRYINDEX, kArgumentRunnerSlot);
+    if (lua_isfunction(L, -1))
+        return;
+    lua_pop(L, 1);
+    if (lua_cpcall(L, StoreArgumentRunner, nullptr) != 0) {
+        lua_pop(L, 1);
+        throw std::bad_alloc();
+    }
+    lua_rawgeti(L, LUA_REGISTRYINDEX, kArgumentRunnerSlot);
 }
 
 void detail::CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults)

@@ -14,6 +14,8 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <type_traits>
+
 namespace vyrlua::utility {
 
 // The locator the host keeps in the registry under "dlsl-fn", or null when
@@ -141,6 +143,33 @@ inline int NoArguments(lua_State*)
 }
 inline void NoResults(lua_State*) {}
 
+namespace detail {
+template <typename PushArgs>
+bool PushesNothing(const PushArgs& pushArgs)
+{
+    if constexpr (std::is_convertible_v<const PushArgs&, int (*)(lua_State*)>)
+        return static_cast<int (*)(lua_State*)>(pushArgs) == &NoArguments;
+    else
+        return false;
+}
+
+// Sets the arguments the runner pushes, and puts back those of an
+// enclosing call when the call ends.
+class ScPendingArguments {
+public:
+    explicit ScPendingArguments(const PendingArguments* pending) : mOuter(gPendingArguments)
+    {
+        gPendingArguments = pending;
+    }
+    ~ScPendingArguments() { gPendingArguments = mOuter; }
+    ScPendingArguments(const ScPendingArguments&) = delete;
+    ScPendingArguments& operator=(const ScPendingArguments&) = delete;
+
+private:
+    const PendingArguments* mOuter;
+};
+} // namespace detail
+
 // Calls back the referenced value: pushes it, then `pushArgs(L)`, which
 // pushes the arguments and returns their count; calls it through
 // CallLuaFromCpp with `nresults` results; runs `readResults(L)` with the
@@ -175,9 +204,21 @@ bool CallLuaReferenceIn(lua_State* L, const LuaReference<N>& reference, int nres
 {
     ScPreserveLuaStack guard(L);
     auto call = [&] {
-        detail::PushForCallInline(L, guard.Top(), reference.Ref());
-        int nargs = pushArgs(L);
-        detail::CallLuaFromCppInline(L, nargs, nresults);
+        if (detail::PushesNothing(pushArgs)) {
+            detail::PushForCallInline(L, guard.Top(), reference.Ref());
+            detail::CallLuaFromCppInline(L, 0, nresults);
+        } else {
+            // Runner, then the function: the arguments are pushed protected.
+            detail::PushForCallInline(L, guard.Top(), reference.Ref());
+            detail::PushArgumentRunner(L);
+            lua_insert(L, -2);
+            auto pusher = [&pushArgs](lua_State* S) { return pushArgs(S); };
+            const detail::PendingArguments pending{
+                [](void* p, lua_State* S) { return (*static_cast<decltype(pusher)*>(p))(S); },
+                &pusher, nresults};
+            detail::ScPendingArguments current(&pending);
+            detail::CallLuaFromCppInline(L, 1, nresults);
+        }
         readResults(L);
     };
     if (onError == OnLuaError::Throw) {
