@@ -11,9 +11,10 @@
 //     released wrapper gives no results and reads nothing;
 //  2. the arguments are read into plain values (reading a table may run a
 //     script's __index, which may release anything, self included);
-//  3. self is resolved again and cast to the host class ("Invalid type
-//     conversion." when the node is not one), and the host is called with
-//     the node held, since the call may run Lua handlers that drop it;
+//  3. self is checked again (the block still holding the same wrapper) and
+//     cast to the host class ("Invalid type conversion." when the node is
+//     not one), and the host is called with the node held, since the call
+//     may run Lua handlers that drop it;
 //  4. the result, copied into a plain value, is pushed after the node is let
 //     go (pushing allocates, and may run a finalizer).
 // No object with a destructor is alive across a Lua call that can raise.
@@ -52,16 +53,11 @@ inline vyrui::ui::UI_Node* NodeAt(lua_State* L, int index)
     return wrapper ? wrapper->Node() : nullptr;
 }
 
-// Self's node as `Host` (a node class or a mix-in of one): null without a
-// node, "Invalid type conversion." when the node is not a Host.
+// `node` (not null) as `Host` (a node class or a mix-in of one): "Invalid
+// type conversion." when the node is not a Host.
 template <typename Host>
-Host* SelfAs(lua_State* L, vyrui::ui::UI_Node** nodeOut = nullptr)
+Host* NodeAs(vyrui::ui::UI_Node* node)
 {
-    vyrui::ui::UI_Node* node = NodeAt(L, 1);
-    if (nodeOut)
-        *nodeOut = node;
-    if (node == nullptr)
-        return nullptr;
     if constexpr (std::is_same_v<Host, vyrui::ui::UI_Node>) {
         return node;
     } else {
@@ -70,6 +66,16 @@ Host* SelfAs(lua_State* L, vyrui::ui::UI_Node** nodeOut = nullptr)
             ThrowInvalidTypeConversion();
         return host;
     }
+}
+
+// Self's node as `Host`: null without a node, else as NodeAs.
+template <typename Host>
+Host* SelfAs(lua_State* L, vyrui::ui::UI_Node** nodeOut = nullptr)
+{
+    vyrui::ui::UI_Node* node = NodeAt(L, 1);
+    if (nodeOut)
+        *nodeOut = node;
+    return node == nullptr ? nullptr : NodeAs<Host>(node);
 }
 
 // The Lua name of a host value type, as the API reference shows it.
@@ -326,22 +332,13 @@ decltype(auto) Invoke(Host* self, A&&... args)
         return Fn(*self, std::forward<A>(args)...);
 }
 
-template <typename Host, auto Fn, typename... Args, size_t... I>
-int MethodBody(lua_State* L, std::index_sequence<I...>)
+// Self resolved and cast: calls the host with the node held, and pushes
+// the result once the node is let go.
+template <typename Host, auto Fn, typename... Args, typename Raw, size_t... I>
+int CallHost(lua_State* L, vyrui::ui::UI_Node* node, const Raw& raw, std::index_sequence<I...>)
 {
     using R = std::decay_t<typename MemberTraits<decltype(Fn)>::Return>;
-    (void)&MethodSignature<Host, Fn, Args...>::recorded; // instantiates the record
-    // Without arguments nothing runs between the two resolutions.
-    if constexpr (sizeof...(Args) > 0) {
-        if (SelfAs<Host>(L) == nullptr)
-            return 0;
-    }
-    // Braced: read left to right.
-    std::tuple<typename Args::Raw...> raw{Args::Read(L, static_cast<int>(I) + 2)...};
-    vyrui::ui::UI_Node* node = nullptr;
-    Host* self = SelfAs<Host>(L, &node);
-    if (self == nullptr)
-        return 0;
+    Host* self = NodeAs<Host>(node);
     if constexpr (std::is_void_v<R>) {
         {
             NodePtr held(node);
@@ -356,6 +353,29 @@ int MethodBody(lua_State* L, std::index_sequence<I...>)
         }
         return Result<R>::Push(L, value);
     }
+}
+
+template <typename Host, auto Fn, typename... Args, size_t... I>
+int MethodBody(lua_State* L, std::index_sequence<I...> indices)
+{
+    (void)&MethodSignature<Host, Fn, Args...>::recorded; // instantiates the record
+    LuaControlWrapperBase* wrapper = GetControlUserData(L, 1);
+    if (wrapper == nullptr || wrapper->Node() == nullptr)
+        return 0;
+    // Braced: read left to right.
+    std::tuple<typename Args::Raw...> raw{Args::Read(L, static_cast<int>(I) + 2)...};
+    if constexpr (sizeof...(Args) > 0) {
+        // Reading may have run a script that released self. Only the library
+        // changes what a block holds, and it empties the block before it
+        // frees the wrapper: the block still holding this wrapper means the
+        // wrapper is alive, and its node (or null, when released) is current.
+        if (*utility::PointerBlockAt(L, 1) != wrapper)
+            return 0;
+    }
+    vyrui::ui::UI_Node* node = wrapper->Node();
+    if (node == nullptr)
+        return 0;
+    return CallHost<Host, Fn, Args...>(L, node, raw, indices);
 }
 
 template <typename Host, auto Fn, typename... Args>
