@@ -121,6 +121,14 @@ int ParseOptions(int argc, char** argv, Options& options)
 {
     if (const char* trace = std::getenv("VYRLUA_TRACE"))
         options.trace = trace;
+    // Read here rather than by the window mode alone, so headless renders
+    // follow it too.
+    if (const char* scale = std::getenv("VYRLUA_SCALE"); scale && *scale) {
+        double number = 0;
+        if (!ParseNumber(scale, 0.25, 8, number))
+            return Fail("VYRLUA_SCALE needs a factor from 0.25 to 8");
+        options.scale = static_cast<float>(number);
+    }
     int i = 1;
     for (; i < argc && argv[i][0] == '-'; ++i) {
         std::string option = argv[i];

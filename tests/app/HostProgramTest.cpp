@@ -316,14 +316,16 @@ TEST(HostProgramTest, ExamplesRenderAndTestThemselves)
     fs::path examples = fs::path(data).parent_path().parent_path().parent_path() / "examples";
     fs::path out = fs::path(::testing::TempDir()) / "examples";
     fs::remove_all(out);
-    EXPECT_EQ(RunHost("--strict --render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
-    EXPECT_EQ(RunHost("--strict --run-for 1 --render " + out.string() + " " +
+    // Fresh settings: the examples keep preferences, the user's must not count.
+    std::string host = "--strict --settings " + (out / "settings").string() + " ";
+    EXPECT_EQ(RunHost(host + "--render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
+    EXPECT_EQ(RunHost(host + "--run-for 1 --render " + out.string() + " " +
                       (examples / "clip-panel.lua").string()).status, 0);
     // Text, controls and the meter: far more than a blank window's colours.
     EXPECT_GT(ContentColours(out / "hello.png"), 20u);
     EXPECT_GT(ContentColours(out / "clip-panel.png"), 20u);
 
-    Outcome test = RunHost("--headless --strict " + (examples / "clip-panel-test.lua").string());
+    Outcome test = RunHost(host + (examples / "clip-panel-test.lua").string());
     EXPECT_EQ(test.status, 0) << test.out;
     EXPECT_NE(test.out.find(" passed, 0 failed\n"), std::string::npos) << test.out;
 }
