@@ -14,6 +14,7 @@
 #include "vyrui/EventLoop.h"
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -48,8 +49,9 @@ options:
   --run-for SECONDS      run the event loop (timers) for SECONDS after SCRIPT;
                          headless on the virtual clock, so it takes no time
   --virtual-clock        use the virtual clock in window mode too
-  --render DIR           (headless) at the end, render every shown top-level
-                         window to DIR/<name>.png, <name> being the window's ID
+  --render DIR           (headless) at the end of the run (of each run with
+                         --watch), render every shown top-level window to
+                         DIR/<name>.png, <name> being the window's ID
                          made safe: runs of bytes other than letters, digits,
                          '-', '_' and '.' become '_', leading dots are dropped,
                          at most 100 bytes; "window-<n>" when nothing is left;
@@ -57,10 +59,13 @@ options:
                          with the window's title sits above its content
   --no-frame             with --render: the content only, no title bar
   --watch                run SCRIPT again whenever it or a module it required
-                         from disk changes, closing and rebuilding its windows;
-                         a failed run is reported and watching goes on
+                         from disk changes (once the files have stayed the
+                         same for a tenth of a second), closing and rebuilding
+                         its windows; a failed run is reported and watching
+                         goes on, a module that failed to load included
   --strict               any error reported (in a handler, a timer, a draw or
-                         undo callback) ends the run with exit status 1
+                         undo callback) ends the run with exit status 1 (with
+                         --watch: fails that run; the next one starts afresh)
   --dump-api FORMAT      write what the library registers, read from a live
                          state, to standard output: "markdown" (docs/api.md)
                          or "lua" (language server ---@meta definitions)
@@ -121,6 +126,14 @@ int ParseOptions(int argc, char** argv, Options& options)
 {
     if (const char* trace = std::getenv("VYRLUA_TRACE"))
         options.trace = trace;
+    // Read here rather than by the window mode alone, so headless renders
+    // follow it too.
+    if (const char* scale = std::getenv("VYRLUA_SCALE"); scale && *scale) {
+        double number = 0;
+        if (!ParseNumber(scale, 0.25, 8, number))
+            return Fail("VYRLUA_SCALE needs a factor from 0.25 to 8");
+        options.scale = static_cast<float>(number);
+    }
     int i = 1;
     for (; i < argc && argv[i][0] == '-'; ++i) {
         std::string option = argv[i];
@@ -213,9 +226,13 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
     if (headless || options.virtualClock)
         loop.SetClock(vyrui::EventLoop::Clock::Virtual);
     vyrhost::ClearQuitRequest();
-    auto failed = [&] { return options.strict && report.Count() > 0; };
+    // Only this run's errors count: a fixed script renders again under --watch.
+    const size_t reportedBefore = report.Count();
+    auto failed = [&] { return options.strict && report.Count() > reportedBefore; };
 
     if (!options.console || !options.script.empty()) {
+        if (watch)
+            watch->Prepare(runtime.State(), options.script);
         std::string error = runtime.RunFile(options.script, options.args);
         if (watch)
             watch->Collect(runtime.State(), options.script);
@@ -295,11 +312,15 @@ int main(int argc, char** argv)
             if (!watch || vyrhost::QuitRequested())
                 break;
             if (outcome != Outcome::Reload) {
+                // What the run printed is seen before the wait, in a pipe too.
+                std::cout.flush();
+                std::fflush(stdout);
                 std::cerr << "vyrlua-host: watching " << watch->Count()
                           << " file(s) for changes (Ctrl-C stops)\n";
                 while (!watch->Changed())
                     std::this_thread::sleep_for(std::chrono::milliseconds(100));
             }
+            watch->WaitUntilSettled();
             std::cerr << "vyrlua-host: reloading " << options.script << "\n";
             report.NewRun();
         }

@@ -3,6 +3,16 @@
 -- Run it with:  build/puc/bin/vyrlua-host --headless --strict examples/clip-panel-test.lua
 
 local here = (arg[0] or ""):match("^(.*)/[^/]*$") or "."
+
+-- The panel keeps a preference in the application settings. The test starts
+-- it from the defaults and puts back what was there when it ends, so that it
+-- neither depends on nor changes the settings of whoever runs it.
+require "vyrlua.exo.app"
+local settings, PREFS = App.GetApp():GetAppSettings(), "examples.clip-panel"
+local saved = settings:GetSubList(PREFS)
+saved = saved and saved:Clone()
+settings:RemoveValue(PREFS)
+
 local panel = dofile(here .. "/clip-panel.lua")
 local input = require "vyrhost.input"
 
@@ -42,6 +52,21 @@ input.click(panel.undo, 10, 10)
 input.wait(0.2)
 check("undo unmutes and the meter moves again",
       not panel.clip.muted and not panel.mute:IsChecked() and panel.levels[1] > 0)
+
+-- Show peaks is remembered: the next time the panel opens, it is as the user
+-- left it.
+check("peaks are shown on a first run", panel.showPeaks:IsChecked())
+input.click(panel.showPeaks, 8, 12)
+check("unticking Show peaks stores it at once",
+      App.GetApp():GetPref(PREFS, "showPeaks", true) == false)
+check("and is no undo step", hostUndo.undoName() ~= "Show peaks", hostUndo.undoName())
+local again = dofile(here .. "/clip-panel.lua")
+check("the panel opens again without peaks", not again.showPeaks:IsChecked())
+input.click(again.showPeaks, 8, 12)
+check("ticking it again stores that too", App.GetApp():GetPref(PREFS, "showPeaks", false) == true)
+
+settings:RemoveValue(PREFS)
+if saved then settings:SetValue(PREFS, saved) end
 
 print(("%d passed, %d failed"):format(passed, failed))
 if failed > 0 then error("the clip inspector failed its tests", 0) end

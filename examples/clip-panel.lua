@@ -1,12 +1,18 @@
 -- A clip inspector, made the way a video application's panel is: labels,
--- buttons and a check box from the toolkit, a level meter the script draws
--- and animates with a timer, handlers, and undo for every change.
+-- buttons and check boxes from the toolkit, a level meter the script draws
+-- and animates with a timer, handlers, undo for every change, and a
+-- preference the application keeps between runs.
 -- Run it with:  build/puc/bin/vyrlua-host examples/clip-panel.lua
 -- (a window under a display; headless add --render out --run-for 1).
 -- examples/clip-panel-test.lua drives it with simulated input.
 
 require "vyrlua.vyrcontrols"
+require "vyrlua.exo.app"
 local R, RGBA = vyrlua_CreateNewRectF32, vyrlua_CreateNewRGBA
+
+-- Preferences live in the application's settings, under a section of the
+-- panel's own; a missing one reads as the default given.
+local app, PREFS = App.GetApp(), "examples.clip-panel"
 
 local clip = { name = "Interview_A012.mov", duration = "00:01:12:05", rate = "25 fps", gain = 0, muted = false }
 
@@ -25,13 +31,14 @@ end
 local title = label("title", 12, clip.name, 15)
 title:SetCustomFontStyle(1) -- bold
 label("duration", 40, "Duration  " .. clip.duration .. "   ·   " .. clip.rate)
-panel.gainLabel = label("gain", 62, "")
+panel.gainLabel = add(vyrcontrols.NewStaticText("gain", R(16, 62, 200, 20), ""))
 
 -- The level meter: a view the script draws. Two bars, green to red, with
 -- the peak held for a moment.
 local meter = add(vyrcontrols.NewSubView("meter", R(16, 92, 308, 44)))
 panel.meter = meter
 local levels, peaks = { 0, 0 }, { 0, 0 }
+local showPeaks = app:GetPref(PREFS, "showPeaks", true)
 panel.levels = levels
 meter:BindVyrOperation("OnDraw", function(drawbot, view)
   local s = drawbot:GetSurface()
@@ -44,7 +51,7 @@ meter:BindVyrOperation("OnDraw", function(drawbot, view)
       local x = 8 + seg * ((w - 16) / 30)
       local hot = seg >= 24 and RGBA(0.95, 0.3, 0.25, 1) or seg >= 18 and RGBA(0.95, 0.8, 0.25, 1)
                   or RGBA(0.3, 0.85, 0.45, 1)
-      local on = seg < lit or seg == math.floor(peaks[i] * 30)
+      local on = seg < lit or showPeaks and seg == math.floor(peaks[i] * 30)
       s:PaintRect(R(x, y, (w - 16) / 30 - 2, 12), on and hot or RGBA(0.2, 0.2, 0.22, 1))
     end
   end
@@ -95,6 +102,16 @@ panel.mute:NotifyWhenChanged(function()
   local muted = panel.mute:IsChecked()
   change(muted and "Mute" or "Unmute", function() clip.muted = muted panel.mute:SetChecked(muted) end,
          function() clip.muted = not muted panel.mute:SetChecked(not muted) end)
+end)
+
+-- Showing the peaks is how the user likes to look, not an edit of the clip:
+-- it is no undo step, it is stored the moment it changes.
+panel.showPeaks = add(vyrcontrols.NewCheckbox("peaks", R(224, 60, 100, 24), "Show peaks"))
+panel.showPeaks:SetChecked(showPeaks)
+panel.showPeaks:NotifyWhenChanged(function()
+  showPeaks = panel.showPeaks:IsChecked()
+  app:SetPref(PREFS, "showPeaks", showPeaks)
+  meter:UI_Invalidate()
 end)
 
 panel.undo = add(vyrcontrols.NewButton("undo", R(16, 192, 148, 28), "Undo"))

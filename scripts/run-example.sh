@@ -5,8 +5,11 @@
 #   scripts/run-example.sh                  every example: windows rendered to
 #                                           out/*.png, the poster to
 #                                           out/poster.png, then the clip
-#                                           inspector's own test
-#   scripts/run-example.sh SCRIPT [ARGS...] one script; the top-level windows
+#                                           inspector's own test; with fresh
+#                                           settings, so the images are the
+#                                           same whatever the user's are
+#   scripts/run-example.sh SCRIPT [ARGS...] one script, with the user's
+#                                           settings; the top-level windows
 #                                           it leaves open go to out/
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -19,7 +22,10 @@ mkdir -p out
 if [ "$#" -gt 0 ]; then
   exec "$host" --headless --render out "$@"
 fi
-"$host" --headless --strict --render out examples/hello.lua
-"$host" --headless --strict --render out --run-for 1 examples/clip-panel.lua
-"$host" --headless --strict examples/poster.lua out/poster.png
-"$host" --headless --strict examples/clip-panel-test.lua
+settings="$(mktemp -d)"
+trap 'rm -rf "$settings"' EXIT
+host=("$host" --headless --strict --settings "$settings")
+"${host[@]}" --render out examples/hello.lua
+"${host[@]}" --render out --run-for 1 examples/clip-panel.lua
+"${host[@]}" examples/poster.lua out/poster.png
+"${host[@]}" examples/clip-panel-test.lua

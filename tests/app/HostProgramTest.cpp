@@ -5,13 +5,20 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -316,14 +323,162 @@ TEST(HostProgramTest, ExamplesRenderAndTestThemselves)
     fs::path examples = fs::path(data).parent_path().parent_path().parent_path() / "examples";
     fs::path out = fs::path(::testing::TempDir()) / "examples";
     fs::remove_all(out);
-    EXPECT_EQ(RunHost("--strict --render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
-    EXPECT_EQ(RunHost("--strict --run-for 1 --render " + out.string() + " " +
+    // Fresh settings: the examples keep preferences, the user's must not count.
+    std::string host = "--strict --settings " + (out / "settings").string() + " ";
+    EXPECT_EQ(RunHost(host + "--render " + out.string() + " " + (examples / "hello.lua").string()).status, 0);
+    EXPECT_EQ(RunHost(host + "--run-for 1 --render " + out.string() + " " +
                       (examples / "clip-panel.lua").string()).status, 0);
     // Text, controls and the meter: far more than a blank window's colours.
     EXPECT_GT(ContentColours(out / "hello.png"), 20u);
     EXPECT_GT(ContentColours(out / "clip-panel.png"), 20u);
 
-    Outcome test = RunHost("--headless --strict " + (examples / "clip-panel-test.lua").string());
+    Outcome test = RunHost(host + (examples / "clip-panel-test.lua").string());
     EXPECT_EQ(test.status, 0) << test.out;
     EXPECT_NE(test.out.find(" passed, 0 failed\n"), std::string::npos) << test.out;
+}
+
+namespace {
+
+std::string FileText(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+size_t Occurrences(const std::string& text, const std::string& what)
+{
+    size_t count = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++count;
+    return count;
+}
+
+// The host program running in `dir`, stdout and stderr to dir/host.log;
+// killed however the test ends.
+class BackgroundHost {
+public:
+    BackgroundHost(const fs::path& dir, std::vector<std::string> arguments) : mLog(dir / "host.log")
+    {
+        arguments.insert(arguments.begin(), HostProgram());
+        std::vector<char*> argv;
+        for (std::string& argument : arguments)
+            argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        int log = open(mLog.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        mPid = fork();
+        if (mPid == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // a crashed test takes it along
+            if (dup2(log, 1) >= 0 && dup2(log, 2) >= 0 && chdir(dir.c_str()) == 0)
+                execv(argv[0], argv.data());
+            _exit(127);
+        }
+        close(log);
+    }
+    ~BackgroundHost()
+    {
+        if (Running()) {
+            kill(mPid, SIGKILL);
+            waitpid(mPid, nullptr, 0);
+        }
+    }
+
+    bool Running()
+    {
+        if (mPid > 0 && waitpid(mPid, nullptr, WNOHANG) == mPid)
+            mPid = -1;
+        return mPid > 0;
+    }
+    std::string Output() const { return FileText(mLog); }
+
+    // Polls until `done` holds. The deadline is far beyond a run, even under
+    // sanitizers: only a hang reaches it.
+    bool WaitFor(const std::function<bool()>& done)
+    {
+        auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!done()) {
+            if (std::chrono::steady_clock::now() > until)
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return true;
+    }
+    bool Stop()
+    {
+        if (Running())
+            kill(mPid, SIGTERM);
+        return WaitFor([this] { return !Running(); });
+    }
+
+private:
+    fs::path mLog;
+    pid_t mPid = -1;
+};
+
+} // namespace
+
+TEST(HostProgramTest, WatchReloadsOnSavesRendersEachRunAndOutlivesBrokenSaves)
+{
+    fs::path dir = fs::path(::testing::TempDir()) / "watch";
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    auto save = [&](const char* file, const std::string& text) { std::ofstream(dir / file) << text; };
+    save("look.lua", "return { title = 'First', width = 80 }");
+    save("main.lua", "require 'vyrlua.vyrcontrols'\n"
+                     "local look = require 'look'\n"
+                     "win = vyrcontrols.NewWindow('watched', "
+                     "vyrlua_CreateNewRectF32(0, 0, look.width, 40), look.title)\n");
+    const fs::path png = dir / "out" / "watched.png";
+
+    // --strict: an error fails its own run only; the next one renders again.
+    BackgroundHost host(dir, {"--headless", "--strict", "--watch", "--settings",
+                              (dir / "settings").string(), "--render", "out", "main.lua"});
+    size_t runs = 0;
+    std::string run; // what the last run printed
+    auto nextRun = [&] {
+        size_t from = host.Output().size();
+        ++runs;
+        bool ended = host.WaitFor([&] {
+            return Occurrences(host.Output(), " for changes (Ctrl-C stops)\n") == runs;
+        });
+        run = host.Output().substr(from);
+        return ended;
+    };
+
+    ASSERT_TRUE(nextRun()) << host.Output();
+    EXPECT_NE(run.find("rendered out/watched.png\nvyrlua-host: watching 2 file(s)"), std::string::npos)
+        << run;
+    std::string first = FileText(png);
+
+    // A module's change shows; the last run's window is gone (else the same
+    // ID would be rendered twice, the second time as watched-2).
+    save("look.lua", "return { title = 'Second', width = 120 }");
+    ASSERT_TRUE(nextRun()) << host.Output();
+    EXPECT_NE(run.find("reloading main.lua"), std::string::npos) << run;
+    EXPECT_EQ(Occurrences(run, "rendered "), 1u) << run;
+    std::string second = FileText(png);
+    EXPECT_TRUE(second != first) << "the render did not change";
+
+    // A module that does not compile is reported once and stays watched: its
+    // fix alone brings the window back.
+    save("look.lua", "return { title = 'Third' width = 160 }");
+    ASSERT_TRUE(nextRun()) << host.Output();
+    EXPECT_EQ(Occurrences(run, "look.lua:1: '}' expected near 'width'"), 1u) << run;
+    EXPECT_EQ(Occurrences(run, "rendered "), 0u) << run;
+    save("look.lua", "return { title = 'Third', width = 160 }");
+    ASSERT_TRUE(nextRun()) << host.Output();
+    EXPECT_EQ(Occurrences(run, "rendered "), 1u) << run;
+    EXPECT_TRUE(FileText(png) != second) << "the render did not change";
+
+    // The script itself, broken twice: each run reports its error, once.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        save("main.lua", "if then");
+        ASSERT_TRUE(nextRun()) << host.Output();
+        EXPECT_EQ(Occurrences(run, "main.lua:1: unexpected symbol near 'then'"), 1u) << run;
+        EXPECT_TRUE(host.Running());
+    }
+    save("main.lua", "require 'vyrlua.vyrcontrols'\n"
+                     "win = vyrcontrols.NewWindow('watched', vyrlua_CreateNewRectF32(0, 0, 50, 20))");
+    ASSERT_TRUE(nextRun()) << host.Output();
+    EXPECT_EQ(Occurrences(run, "rendered "), 1u) << run;
+    EXPECT_TRUE(host.Stop()) << host.Output();
 }
