@@ -24,8 +24,8 @@ TEST_F(DrawbotTest, HostImageModuleWritesWhatWasDrawn)
         s:DrawImage(supplier:newImageFromFile(")" + path + R"("), { x = 0, y = 0 })
         return s)");
     ASSERT_TRUE(check);
-    EXPECT_EQ(Pixel(*check, 1, 1), 0xFFFF0000u);
-    EXPECT_EQ(Pixel(*check, 4, 1), 0xFFFFFFFFu);
+    EXPECT_EQ(PixelAt(*check, 1, 1), 0xFFFF0000u);
+    EXPECT_EQ(PixelAt(*check, 4, 1), 0xFFFFFFFFu);
     std::filesystem::remove(path);
 
     std::string error = Error(R"(

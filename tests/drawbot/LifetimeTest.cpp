@@ -11,10 +11,6 @@ namespace {
 
 using namespace vyrui::drawbot;
 
-constexpr const char* kPrelude =
-    "local function rgba(r, g, b, a) return { red = r, green = g, blue = b, alpha = a or 1 } end\n"
-    "local function rect(l, t, w, h) return { left = l, top = t, width = w, height = h } end\n";
-
 TEST_F(DrawbotTest, ReleasedSurfaceFailsOnEveryMethodWithTheSameText)
 {
     std::vector<std::string> results = Run(R"(
@@ -48,7 +44,7 @@ TEST_F(DrawbotTest, NewDrawbotOnAReleasedSurfaceReturnsNothing)
 
 TEST_F(DrawbotTest, OwnedDrawbotTakesItsHandedOutSurfacesWithIt)
 {
-    std::vector<std::string> results = Run(std::string(kPrelude) + R"(
+    std::vector<std::string> results = Run(R"(
         local s = supplier:CreateOffscreenSurface(8, 8)
         local db = vyrDrawbot.NewDrawbot(s)
         local handed = db:GetSurface()
@@ -66,7 +62,7 @@ TEST_F(DrawbotTest, OwnedDrawbotTakesItsHandedOutSurfacesWithIt)
 
 TEST_F(DrawbotTest, SecondGetSurfaceGivesTheSameBlockAsLightUserdata)
 {
-    std::vector<std::string> results = Run(std::string(kPrelude) + R"(
+    std::vector<std::string> results = Run(R"(
         local s = supplier:CreateOffscreenSurface(8, 8, true)
         local db = vyrDrawbot.NewDrawbot(s)
         local first = db:GetSurface()
@@ -100,7 +96,7 @@ TEST_F(DrawbotTest, LightSurfaceOfACollectedDrawbotIsOutOfScopeNotACrash)
 // freed blocks: each call is out of scope or draws on a live surface.
 TEST_F(DrawbotTest, LightSurfacesOutlivingTheirOwnersNeverReachFreedBlocks)
 {
-    EXPECT_EQ(Eval(std::string(kPrelude) + R"(
+    EXPECT_EQ(Eval(R"(
         local lights, drew = {}, 0
         for i = 1, 200 do
             local s = supplier:CreateOffscreenSurface(4, 4, true)
@@ -135,13 +131,13 @@ TEST_F(DrawbotTest, BorrowedDrawbotGoesOutOfScopeWithTheNativeDrawbot)
         Drawbot drawbot(supplier, surface);
         vyrlua::drawbot::PushDrawbotToLua(L(), drawbot);
         lua_setglobal(L(), "callbackDrawbot");
-        Run(std::string(kPrelude) + R"(
+        Run(R"(
             kept = callbackDrawbot:GetSurface()
             kept:PaintRect(rect(0, 0, 8, 8), rgba(1, 0, 0))
             callbackDrawbot:Release() -- lets go, destroys nothing
             return select("#", callbackDrawbot:GetSurface()))");
         EXPECT_EQ(drawbot.GetHandOutCount(), 1u); // the surface object's
-        EXPECT_EQ(Pixel(*surface, 4, 4), 0xFFFF0000u);
+        EXPECT_EQ(PixelAt(*surface, 4, 4), 0xFFFF0000u);
     }
     EXPECT_EQ(Error("kept:Flush()"), "test:1: out-of-scope SurfaceInterface");
     EXPECT_EQ(Eval("return tostring(callbackDrawbot)"), "vyrDrawbot(released)");
@@ -177,7 +173,7 @@ TEST_F(DrawbotTest, SupplierSurfaceOwnsItsDrawbotAndGivesEverythingBack)
 
 TEST_F(DrawbotTest, ReleasedPathsPensShadersAndImagesDoNothing)
 {
-    std::vector<std::string> results = Run(std::string(kPrelude) + R"(
+    std::vector<std::string> results = Run(R"(
         local s = supplier:CreateOffscreenSurface(8, 8, true)
         local db = vyrDrawbot.NewDrawbot(s)
         local path = PathInterface.newPath(db)

@@ -2,6 +2,7 @@
 // the library file, the host's call-into-Lua entry points, and the crash
 // reporter module.
 #include "support/LuaFixture.h"
+#include "support/TestHelpers.h"
 
 #include "vyrcore/config.h"
 #include "vyrcore/InitializerRegistrar.h"
@@ -13,7 +14,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 using vyrtest::LuaTest;
 
@@ -220,17 +220,12 @@ TEST_F(LuaTest, CrashReporterAddsDataAndTraces)
     EXPECT_EQ(Error("require 'vyrlua.CrashReporter'.addData('k')"),
               "test:1: bad argument #2 to 'addData' (string expected, got no value)");
 
-    const std::string log = ::testing::TempDir() + "crash_trace.log";
-    std::remove(log.c_str());
-    ASSERT_TRUE(vyrcore::debug::SetLogFile(log));
+    vyrtest::LogCapture log;
     vyrcore::debug::SetLevel("LuaCrashReporter", vyrcore::debug::Level::Trace);
     Run("require 'vyrlua.CrashReporter'.addData('take', 3)");
     vyrcore::debug::SetLevel("LuaCrashReporter", vyrcore::debug::Level::Warning);
     Run("require 'vyrlua.CrashReporter'.addData('quiet', 'x')");
-    vyrcore::debug::SetLogFile("");
-    std::ifstream in(log);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(text, "[LuaCrashReporter] trace: lua_addData(key:take, value:3)\n");
+    EXPECT_EQ(log.Text(), "[LuaCrashReporter] trace: lua_addData(key:take, value:3)\n");
 }
 
 TEST(CommonScriptsDirTest, OverrideSubfolderAndRecompute)
@@ -259,9 +254,7 @@ TEST(InitializerRegistrarTest, WrapperStepTracesWithTheApplication)
 {
     const std::vector<std::string> names = vyrcore::InitializerRegistrar::Names();
     EXPECT_NE(std::find(names.begin(), names.end(), "LuaControlWrapper"), names.end());
-    const std::string log = ::testing::TempDir() + "initializer_trace.log";
-    std::remove(log.c_str());
-    ASSERT_TRUE(vyrcore::debug::SetLogFile(log));
+    vyrtest::LogCapture log;
     vyrcore::debug::SetLevel("vyrlua", vyrcore::debug::Level::Trace);
     static int late = 0;
     {
@@ -274,10 +267,7 @@ TEST(InitializerRegistrarTest, WrapperStepTracesWithTheApplication)
     EXPECT_EQ(late, 11);
     vyrcore::debug::SetLevel("vyrlua", vyrcore::debug::Level::Warning);
     { exo::app::App quiet; }
-    vyrcore::debug::SetLogFile("");
-    std::ifstream in(log);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(text,
+    EXPECT_EQ(log.Text(),
               "[vyrlua] trace: LuaControlWrapperInitializerRegistrar::LuaControlWrapperInitializerRegistrar\n"
               "[vyrlua] trace: LuaControlWrapperInitializerRegistrar::~LuaControlWrapperInitializerRegistrar\n");
 }
