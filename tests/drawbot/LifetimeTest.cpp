@@ -77,20 +77,6 @@ TEST_F(DrawbotTest, SecondGetSurfaceGivesTheSameBlockAsLightUserdata)
     EXPECT_EQ(results, (std::vector<std::string>{"true", "true", "2", "userdata"}));
 }
 
-TEST_F(DrawbotTest, LightSurfaceOfACollectedDrawbotIsOutOfScopeNotACrash)
-{
-    EXPECT_EQ(Error(R"(
-        local s = supplier:CreateOffscreenSurface(8, 8)
-        local db = vyrDrawbot.NewDrawbot(s)
-        db:GetSurface()
-        local light = db:GetSurface()
-        db = nil
-        collectgarbage()
-        collectgarbage()
-        light:Flush())"),
-              "test:9: out-of-scope SurfaceInterface");
-}
-
 // Light surfaces outliving their drawbot objects through every order of
 // release and incremental collection, while new surface objects take the
 // freed blocks: each call is out of scope or draws on a live surface.

@@ -23,7 +23,7 @@ TEST_F(LuaTest, ForgedUserdataOfEveryKindIsRefused)
     }
     EXPECT_EQ(Error("local m = vyrlua_CreateNewVYRUIMouseEvent{x = 3}\n"
                     "local x = getmetatable(m).__index(InputCapture.New(), 'x')"),
-              "test:2: bad argument #1 to '?' (vyrlua.VYRUIMouseEvent expected, got userdata)");
+              "test:2: bad argument #1 to '__index' (vyrlua.VYRUIMouseEvent expected, got userdata)");
     // Input events reach Lua only from handlers; forge one of each kind.
     EXPECT_EQ(Eval("local n = 0\n"
                    "for name, meta in pairs(debug.getregistry()) do\n"

@@ -1,6 +1,6 @@
 // Small pieces several test binaries share: a click, the log text written
-// while a capture is alive, and a finalizer armed to run inside the next
-// allocation.
+// while a capture is alive, a finalizer armed to run inside the next
+// allocation, and the host program run as a user runs it.
 #pragma once
 
 #include "vyrcore/debug.h"
@@ -8,7 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -56,5 +59,24 @@ function armed(f)
 end
 function calm() collectgarbage("setpause", 200) collectgarbage("setstepmul", 200) end
 )";
+
+// vyrlua-host, next to the test binary, run by the shell with `arguments`
+// (redirections may follow): its output and error text together, and its
+// exit status in `status`.
+inline std::string RunHostProgram(const std::string& arguments, int* status = nullptr)
+{
+    std::filesystem::path host =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "vyrlua-host";
+    std::string output;
+    if (FILE* pipe = popen((host.string() + " " + arguments + " 2>&1").c_str(), "r")) {
+        char buffer[4096];
+        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+            output.append(buffer, n);
+        const int exit = pclose(pipe);
+        if (status)
+            *status = WEXITSTATUS(exit);
+    }
+    return output;
+}
 
 } // namespace vyrtest
