@@ -203,33 +203,6 @@ TEST_F(DrawbotTest, FontMetricsAreAscentDescentLeading)
               "true");
 }
 
-TEST_F(DrawbotTest, ImagesFromFilesAndTheirFailures)
-{
-    EXPECT_EQ(Run(R"(
-        local png = supplier:newImageFromFile(data .. "/quadrants.png")
-        local jpg = supplier:newImageFromFile(data .. "/quadrants.jpg")
-        return png:GetWidth(), png:GetHeight(), jpg:GetWidth(), jpg:GetHeight(),
-               supplier:newImageFromFile(data .. "/no such file.png"))"),
-              (std::vector<std::string>{"16", "12", "16", "12", "false"}));
-
-    // Truncated, empty and non-image files are errors, never a crash.
-    std::filesystem::path dir = std::filesystem::temp_directory_path() / "vyrlua-drawbot-test";
-    std::filesystem::create_directories(dir);
-    for (const char* source : {"quadrants.png", "quadrants.jpg"}) {
-        std::ifstream in(DataFile(source), std::ios::binary);
-        std::string bytes((std::istreambuf_iterator<char>(in)), {});
-        for (size_t keep : {bytes.size() / 2, size_t{20}, size_t{0}}) {
-            std::string path = (dir / ("cut-" + std::string(source))).string();
-            std::ofstream(path, std::ios::binary) << bytes.substr(0, keep);
-            std::string error = Error("local image = supplier:newImageFromFile('" + path + "')");
-            EXPECT_EQ(error.rfind("test:1: cannot decode image file '" + path + "': ", 0), 0u)
-                << error;
-        }
-    }
-    std::filesystem::remove_all(dir);
-    EXPECT_EQ(Eval("return supplier:newImageFromFile('" + DataFile("") + "')"), "false");
-}
-
 TEST_F(DrawbotTest, SurfaceImageIsASnapshot)
 {
     auto check = SurfaceOf(WithSurface(R"(
@@ -281,13 +254,22 @@ TEST_F(DrawbotTest, TextTooLargeOnTheDeviceIsRefusedAndTheSurfaceDrawsOn)
 }
 
 // Decoding is bounded: file size, pixels, and the work of the decoder (SVG
-// filters can take minutes on a few hundred bytes). Past a bound the load
-// fails with the reason; a decoder that leaks (librsvg on entity
-// declarations) leaks nothing into the host.
-TEST_F(DrawbotTest, ImageDecodingIsBoundedInSizePixelsWorkAndMemory)
+// filters can take minutes on a few hundred bytes). Past a bound, or on a
+// truncated, empty or non-image file, the load fails with the reason; a
+// decoder that leaks (librsvg on entity declarations) leaks nothing into the
+// host.
+TEST_F(DrawbotTest, ImagesFromFilesAndTheirFailures)
 {
+    EXPECT_EQ(Run(R"(
+        local png = supplier:newImageFromFile(data .. "/quadrants.png")
+        local jpg = supplier:newImageFromFile(data .. "/quadrants.jpg")
+        return png:GetWidth(), png:GetHeight(), jpg:GetWidth(), jpg:GetHeight(),
+               supplier:newImageFromFile(data .. "/no such file.png"))"),
+              (std::vector<std::string>{"16", "12", "16", "12", "false"}));
+    EXPECT_EQ(Eval("return supplier:newImageFromFile('" + DataFile("") + "')"), "false");
+
     std::filesystem::path dir = std::filesystem::temp_directory_path() /
-                                ("vyrlua-bounds-" + std::to_string(::getpid()));
+                                ("vyrlua-images-" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
     auto write = [&](const std::string& name, const std::string& bytes) {
         std::string path = (dir / name).string();
@@ -297,6 +279,16 @@ TEST_F(DrawbotTest, ImageDecodingIsBoundedInSizePixelsWorkAndMemory)
     auto load = [&](const std::string& path) {
         return Error("local image = supplier:newImageFromFile('" + path + "')");
     };
+    for (const char* source : {"quadrants.png", "quadrants.jpg"}) {
+        std::ifstream in(DataFile(source), std::ios::binary);
+        std::string bytes((std::istreambuf_iterator<char>(in)), {});
+        for (size_t keep : {bytes.size() / 2, size_t{20}, size_t{0}}) {
+            std::string path = write(std::string("cut-") + source, bytes.substr(0, keep));
+            std::string error = load(path);
+            EXPECT_EQ(error.rfind("test:1: cannot decode image file '" + path + "': ", 0), 0u)
+                << error;
+        }
+    }
     std::string big = (dir / "big.png").string();
     std::ofstream(big, std::ios::binary).put('x');
     std::filesystem::resize_file(big, (64u << 20) + 1);

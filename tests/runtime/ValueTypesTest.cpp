@@ -119,18 +119,6 @@ TEST_F(ValueTypesTest, PushesGoThroughTheScriptConstructors)
     EXPECT_EQ(Eval("return table.concat(calls, ';')"), "-7,2147483647");
 }
 
-TEST_F(ValueTypesTest, ReadsBackWhatWasPushed)
-{
-    RectT<float> r{-3.5f, 4, 100, 0.125f};
-    PushRectF32ToLua(L(), r);
-    lua_setglobal(L(), "r");
-    EXPECT_EQ(Run("return readRectF(r)"), (Strings{"-3.5", "4", "100", "0.125"}));
-    EXPECT_EQ(Run("return r:right(), r:bottom()"), (Strings{"96.5", "4.125"}));
-    PushColorRGBAToLua(L(), {0.5f, 0.25f, 0, 1});
-    lua_setglobal(L(), "c");
-    EXPECT_EQ(Run("return readColor(c)"), (Strings{"0.5", "0.25", "0", "1"}));
-}
-
 TEST_F(ValueTypesTest, ReadsOnlyTheNamedFields)
 {
     EXPECT_EQ(Run("return readPointF({ x = 1, y = '2', z = 3, 4, 5 })"), (Strings{"1", "2"}));
