@@ -13,12 +13,7 @@ namespace {
 
 using vyrtest::Callable;
 using vyrtest::Inventory;
-
-const Inventory& SharedInventory()
-{
-    static const Inventory inventory = vyrtest::TakeInventory();
-    return inventory;
-}
+using vyrtest::SharedInventory;
 
 const Callable* Find(const Inventory& inventory, const std::string& label)
 {
