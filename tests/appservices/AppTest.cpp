@@ -77,8 +77,6 @@ TEST_F(AppTest, AHandleWithoutApplicationRaisesTheAssertion)
     EXPECT_EQ(Run("return select('#', none:ReserveCmd()), select('#', none:GetAppSettings())"),
               (std::vector<std::string>{"0", "0"}));
     EXPECT_EQ(Eval("return tostring(app):match('^eXoApp%(0x%x+%)$') ~= nil"), "true");
-    EXPECT_EQ(Run("return App.appActivated, App.appDeactivated"),
-              (std::vector<std::string>{"appActivated", "appDeactivated"}));
 }
 
 TEST_F(AppTest, ActivationCallbacksHearEachChangeUntilRemoved)

@@ -1,12 +1,13 @@
 // Settings on disk: kept between runs of the program, never torn by a
 // killed writer, and a bad file never stops the start-up.
+#include "support/TestHelpers.h"
+
 #include "exo/app/SettingsStore.h"
 #include "vyrcore/PropListFile.h"
 #include "vyrcore/config.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -41,21 +42,6 @@ std::string ReadFile(const std::string& path)
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-std::string RunHost(const std::string& arguments)
-{
-    std::string program =
-        (fs::read_symlink("/proc/self/exe").parent_path() / "vyrlua-host").string();
-    FILE* pipe = popen((program + " " + arguments + " 2>&1").c_str(), "r");
-    std::string out;
-    std::array<char, 512> buffer;
-    size_t n;
-    while (pipe && (n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        out.append(buffer.data(), n);
-    if (pipe)
-        pclose(pipe);
-    return out;
-}
-
 TEST(Persistence, PreferencesWrittenByOneRunAreReadByTheNext)
 {
     std::string dir = FreshDir("runs");
@@ -79,8 +65,8 @@ TEST(Persistence, PreferencesWrittenByOneRunAreReadByTheNext)
                   app:GetPref("limits", "absent", "default"))
         end
     )";
-    EXPECT_EQ(RunHost("--settings " + dir + " " + script + " write"), "");
-    EXPECT_EQ(RunHost("--settings " + dir + " " + script + " read"),
+    EXPECT_EQ(vyrtest::RunHostProgram("--settings " + dir + " " + script + " write"), "");
+    EXPECT_EQ(vyrtest::RunHostProgram("--settings " + dir + " " + script + " read"),
               "true\ttrue\ttrue\t-inf\ttrue\ttrue\tdefault\n");
 }
 

@@ -1,11 +1,9 @@
 // Logging, the debug database and beta switches as scripts see them.
 #include "support/LuaFixture.h"
+#include "support/TestHelpers.h"
 
 #include "vyrcore/DebugDatabase.h"
 #include "vyrcore/debug.h"
-
-#include <fstream>
-#include <unistd.h>
 
 namespace {
 
@@ -13,9 +11,7 @@ using vyrtest::LuaTest;
 
 TEST_F(LuaTest, LoggingWritesByCategoryAndLevel)
 {
-    std::string path = ::testing::TempDir() + "appservices-log-" + std::to_string(getpid());
-    std::remove(path.c_str());
-    ASSERT_TRUE(vyrcore::debug::SetLogFile(path));
+    vyrtest::LogCapture log;
     Run("require 'vyrlua.vyrLogging' "
         "vyrLogging.SetLevel('scripts', vyrLogging.kLevel_Info) "
         "vyrLogging.Info('scripts', 'shown') vyrLogging.Trace('scripts', 'hidden') "
@@ -25,10 +21,7 @@ TEST_F(LuaTest, LoggingWritesByCategoryAndLevel)
               (std::vector<std::string>{"2", "false", "true"}));
     EXPECT_EQ(Error("vyrLogging.Log('scripts', 4, 'x')"),
               "test:1: bad argument #2 to 'Log' (level must be 0 (error) to 3 (trace))");
-    vyrcore::debug::SetLogFile("");
-    std::ifstream in(path, std::ios::binary);
-    std::string text(std::istreambuf_iterator<char>(in), {});
-    EXPECT_EQ(text, std::string("[scripts] info: shown\n[scripts] error: bad\0byte\n", 48));
+    EXPECT_EQ(log.Text(), std::string("[scripts] info: shown\n[scripts] error: bad\0byte\n", 48));
 }
 
 TEST_F(LuaTest, DebugSwitchesAndBetaFeatures)

@@ -6,7 +6,6 @@
 #include "vyrui/drawbot/Supplier.h"
 
 #include <cstdlib>
-#include <cstring>
 
 namespace vyrtest {
 
@@ -19,7 +18,10 @@ void DrawbotTest::SetUp()
         for _, m in ipairs { "vyrDrawbot", "vyrSurfaceInterface", "vyrImageInterface",
                              "vyrPathInterface", "PenInterface", "ShaderInterface", "vyrSupplier" } do
             require("vyrlua.drawbot." .. m)
-        end)");
+        end
+        function rgba(r, g, b, a) return { red = r, green = g, blue = b, alpha = a or 1 } end
+        function rect(l, t, w, h) return { left = l, top = t, width = w, height = h } end
+        function pt(x, y) return { x = x, y = y } end)");
     vyrlua::drawbot::PushSupplierToLua(L(), vyrlua::drawbot::DefaultDrawSupplier().get());
     lua_setglobal(L(), "supplier");
     const char* data = std::getenv("VYRLUA_TEST_DATA");
@@ -48,14 +50,6 @@ boost::intrusive_ptr<SurfaceInterface> DrawbotTest::SurfaceOf(const std::string&
     if (!surface)
         ADD_FAILURE() << "the code returned no live surface object\nin:\n" << code;
     return surface;
-}
-
-unsigned DrawbotTest::Pixel(SurfaceInterface& surface, int x, int y)
-{
-    boost::intrusive_ptr<ImageInterface> image = surface.GetSurfaceImage();
-    std::uint32_t pixel;
-    std::memcpy(&pixel, image->GetPixels() + y * image->GetStride() + x * 4, 4);
-    return pixel;
 }
 
 void DrawbotTest::ExpectGolden(const std::string& name, const std::string& code)

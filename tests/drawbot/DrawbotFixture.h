@@ -1,6 +1,7 @@
 // Drawing tests: the drawbot modules opened, the default supplier as the
-// global `supplier`, the test data directory as `data`, and rendering
-// compared against golden PNGs.
+// global `supplier`, the test data directory as `data`, table makers
+// rgba(r, g, b[, a]), rect(l, t, w, h) and pt(x, y), and rendering compared
+// against golden PNGs.
 #pragma once
 
 #include "support/Golden.h"
@@ -20,8 +21,6 @@ protected:
     void ExpectGolden(const std::string& name, const std::string& code);
     // The surface of the surface object `code` returns (null on failure).
     boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> SurfaceOf(const std::string& code);
-    // ARGB of one pixel of a surface, as 0xAARRGGBB (premultiplied).
-    static unsigned Pixel(vyrui::drawbot::SurfaceInterface& surface, int x, int y);
     static std::string DataFile(const std::string& name);
 };
 

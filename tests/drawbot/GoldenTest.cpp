@@ -6,13 +6,10 @@
 namespace vyrtest {
 namespace {
 
-// Helpers every golden script starts with; `s` is a white W x H surface.
+// Every golden script starts with `s`, a white W x H surface, and its `db`.
 std::string Scene(int width, int height, const std::string& body)
 {
-    return "local function rgba(r, g, b, a) return { red = r, green = g, blue = b, alpha = a or 1 } end\n"
-           "local function rect(l, t, w, h) return { left = l, top = t, width = w, height = h } end\n"
-           "local function pt(x, y) return { x = x, y = y } end\n"
-           "local s = supplier:CreateOffscreenSurface(" +
+    return "local s = supplier:CreateOffscreenSurface(" +
            std::to_string(width) + ", " + std::to_string(height) +
            ", true)\n"
            "local db = vyrDrawbot.NewDrawbot(s)\n" +

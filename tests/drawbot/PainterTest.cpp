@@ -1,5 +1,7 @@
 // The painter on real surfaces (crisp lines at scale 1 and 2, one object
 // per colour), caret hit-testing by grapheme, and theme resolution.
+#include "support/Golden.h"
+
 #include "vyrcore/config.h"
 #include "vyrui/drawbot/Painter.h"
 #include "vyrui/drawbot/Supplier.h"
@@ -10,21 +12,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <set>
 
 namespace {
 
 using namespace vyrui::drawbot;
+using vyrtest::PixelAt;
 using vyrui::ui::ResolvedTheme;
-
-std::uint32_t PixelAt(SurfaceInterface& surface, int x, int y)
-{
-    auto image = surface.GetSurfaceImage();
-    std::uint32_t p;
-    std::memcpy(&p, image->GetPixels() + y * image->GetStride() + x * 4, 4);
-    return p;
-}
 
 // Every distinct pixel value of the surface.
 std::set<std::uint32_t> Colours(SurfaceInterface& surface)

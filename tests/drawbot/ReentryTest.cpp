@@ -3,27 +3,18 @@
 // the call sees them released, never freed memory.
 #include "DrawbotFixture.h"
 
+#include "support/TestHelpers.h"
+
 #include <gmock/gmock.h>
 
 namespace vyrtest {
 namespace {
 
 // trap(t, f): a table reading as t whose first read runs f.
-// armed(f): f runs as a finalizer at the next allocation the library makes
-// (each allocation then runs a whole collection).
 constexpr const char* kPrelude = R"(
-local function rgba(r, g, b) return { red = r, green = g, blue = b, alpha = 1 } end
-local function rect(l, t, w, h) return { left = l, top = t, width = w, height = h } end
 local function trap(t, f)
     return setmetatable({}, { __index = function(_, k) if f then f() f = nil end return t[k] end })
 end
-ran = false
-local function armed(f)
-    collectgarbage("setpause", 0) collectgarbage("setstepmul", 1000000000) collectgarbage()
-    local p = newproxy(true)
-    getmetatable(p).__gc = function() ran = true f() end
-end
-local function calm() collectgarbage("setpause", 200) collectgarbage("setstepmul", 200) end
 local s = supplier:CreateOffscreenSurface(8, 8, true)
 local db = vyrDrawbot.NewDrawbot(supplier:CreateOffscreenSurface(8, 8, true))
 local path = PathInterface.newPath(db)
@@ -73,12 +64,12 @@ TEST_F(DrawbotTest, FinalizersReleasingTheObjectsOfTheCall)
         const char* call;
         const char* gives;
     };
-    for (const Case& c : {Case{"s", "s:GetSurfaceImage()", "test:19: out-of-scope SurfaceInterface"},
+    for (const Case& c : {Case{"s", "s:GetSurfaceImage()", "test:18: out-of-scope SurfaceInterface"},
                           Case{"s", "vyrDrawbot.NewDrawbot(s)", "nil"},
                           Case{"db", "PathInterface.newPath(db)", "nil"},
                           Case{"db", "db:CreateOffscreenSurface(2, 2)", "nil"}}) {
         // Nothing allocates between arming and the call.
-        std::string code = std::string(kPrelude) + "local f = function() local got = " +
+        std::string code = std::string(kArmedPrelude) + kPrelude + "local f = function() local got = " +
                            c.call + " return got end\narmed(function() " + c.released + ":Release() end)\n"
                            "local ok, got = pcall(f)\ncalm() assert(ran) return tostring(got)";
         EXPECT_EQ(Eval(code), c.gives) << c.call;

@@ -81,9 +81,7 @@ TEST_F(GLTest, ConstantsMatchTheSystemHeaderExceptTheAttributeMask)
         EXPECT_EQ(value, found->second) << name;
         ++checked;
     }
-    EXPECT_EQ(fields.size(), 586u);
     EXPECT_GE(checked, 570u);
-    EXPECT_EQ(Eval("return gl._VERSION"), "1.8");
     EXPECT_EQ(Eval("return gl.CLIENT_ALL_ATTRIB_BITS"), "4294967295");
     EXPECT_EQ(Run("return gl.GetConst('COLOR_BUFFER_BIT,DEPTH_BUFFER_BIT'), gl.GetConst(0x1701)"),
               (std::vector<std::string>{"16640", "PROJECTION"}));

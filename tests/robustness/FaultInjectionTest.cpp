@@ -39,6 +39,7 @@
 namespace {
 
 using vyrtest::ApiExerciser;
+using vyrtest::SharedInventory;
 
 // Counts growing allocations (new blocks and blocks that grow) once armed,
 // and fails exactly the k-th. Shrinking and freeing never fail: Lua 5.1
@@ -154,12 +155,6 @@ std::vector<std::string> InChild(const std::function<std::vector<std::string>()>
     return failures;
 }
 
-const vyrtest::Inventory& SharedInventory()
-{
-    static const vyrtest::Inventory inventory = vyrtest::TakeInventory();
-    return inventory;
-}
-
 class AllocationFailure : public ::testing::Test {
 protected:
     void SetUp() override
@@ -186,6 +181,11 @@ protected:
     std::vector<std::string> reports;
 };
 
+// Why a test skips where MakeRuntime gives nothing.
+constexpr const char* kNoCustomAllocator =
+    "this Lua refuses lua_newstate with a custom allocator (64-bit LuaJIT); allocation failure "
+    "is tested under PUC Lua";
+
 constexpr size_t kStartupCap = 4000;
 constexpr size_t kPerCallCap = 400;
 constexpr size_t kScenarioCap = 6000;
@@ -195,9 +195,7 @@ constexpr size_t kScenarioCap = 6000;
 TEST_F(AllocationFailure, StartupFailsCleanlyAtEveryAllocation)
 {
     if (!MakeRuntime())
-        GTEST_SKIP() << KzKernel_LuaName()
-                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
-                        "allocation failure is tested under PUC Lua";
+        GTEST_SKIP() << kNoCustomAllocator;
     // Lua 5.1's own io library, run out of memory while it wraps stdin and
     // stdout, leaves them with the closing finaliser, and the collector then
     // closes the process's standard streams. So the failures start after the
@@ -256,9 +254,7 @@ TEST_F(AllocationFailure, EveryValidCallFailsCleanlyAtEveryAllocation)
 {
     auto runtime = MakeRuntime();
     if (!runtime)
-        GTEST_SKIP() << KzKernel_LuaName()
-                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
-                        "allocation failure is tested under PUC Lua";
+        GTEST_SKIP() << kNoCustomAllocator;
     ApiExerciser exerciser(runtime->State(), SharedInventory());
     exerciser.DiscoverInstances();
     lua_State* L = runtime->State();
@@ -342,9 +338,7 @@ TEST_F(AllocationFailure, EveryValidCallFailsCleanlyAtEveryAllocation)
 TEST_F(AllocationFailure, AScriptAndItsCallbacksFailCleanlyAtEveryAllocation)
 {
     if (!MakeRuntime())
-        GTEST_SKIP() << KzKernel_LuaName()
-                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
-                        "allocation failure is tested under PUC Lua";
+        GTEST_SKIP() << kNoCustomAllocator;
     static constexpr char kScript[] = R"(
         require 'vyrlua.vyrcontrols'
         local function rect(l, t, w, h) return vyrlua_CreateNewRectF32(l, t, w, h) end
@@ -510,9 +504,7 @@ TEST_F(AllocationFailure, PushingAFreshStringHoldsNothing)
 {
     auto runtime = MakeRuntime();
     if (!runtime)
-        GTEST_SKIP() << KzKernel_LuaName()
-                     << " refuses lua_newstate with a custom allocator (64-bit LuaJIT); "
-                        "allocation failure is tested under PUC Lua";
+        GTEST_SKIP() << kNoCustomAllocator;
     lua_State* L = runtime->State();
     ASSERT_EQ(luaL_dostring(L, "require 'vyrlua.vyrcontrols' node = vyrcontrols.NewNode()"), 0);
     lua_getglobal(L, "node");

@@ -13,12 +13,7 @@ namespace {
 
 using vyrtest::Callable;
 using vyrtest::Inventory;
-
-const Inventory& SharedInventory()
-{
-    static const Inventory inventory = vyrtest::TakeInventory();
-    return inventory;
-}
+using vyrtest::SharedInventory;
 
 const Callable* Find(const Inventory& inventory, const std::string& label)
 {
@@ -28,7 +23,7 @@ const Callable* Find(const Inventory& inventory, const std::string& label)
     return nullptr;
 }
 
-TEST(Inventory, FindsExportedAndPreloadedOpeners)
+TEST(Inventory, FindsEveryOpenerAndEachDistinctFunctionOnce)
 {
     const Inventory& inventory = SharedInventory();
     auto opened = [&](const std::string& name) {
@@ -39,25 +34,10 @@ TEST(Inventory, FindsExportedAndPreloadedOpeners)
     EXPECT_TRUE(opened("vyrlua.EmbeddedCodeLoader"));
     // Preloaded only: it has no exported opener of its own.
     EXPECT_TRUE(opened("vyrlua.keyboardUtils"));
-    for (const auto& o : inventory.openers) {
-        if (o.opener.symbol.empty())
-            continue;
-        std::string symbol = "luaopen_" + o.opener.name;
-        std::replace(symbol.begin(), symbol.end(), '.', '_');
-        EXPECT_EQ(o.opener.symbol, symbol);
-    }
-}
-
-// A module that cannot open in a state of its own cannot be required first.
-TEST(Inventory, EveryOpenerOpensInAFreshState)
-{
-    for (const auto& o : SharedInventory().openers)
+    // Each opens in a fresh state: one that cannot could not be required first.
+    for (const auto& o : inventory.openers)
         EXPECT_EQ(o.error, "") << o.opener.name;
-}
 
-TEST(Inventory, FindsFunctionsOncePerDistinctFunction)
-{
-    const Inventory& inventory = SharedInventory();
     // vyrString's functions are registered by two openers; the loader is a
     // module whose value is the function itself; numeric is a nested table.
     const Callable* trim = Find(inventory, "vyrlua.vyrString.Trim");

@@ -3,7 +3,8 @@
 // in the middle of calling them. Under the sanitizers a call into a closed
 // state, a double release or a use after free aborts the test.
 #include "support/HostActions.h"
-#include "support/LuaFixture.h"
+#include "support/TestHelpers.h"
+#include "ui/UiFixture.h"
 
 #include "app/HostUndo.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
@@ -29,36 +30,13 @@ int HostDestroyBody(lua_State* L)
     return 0;
 }
 
-vyrui::events::MouseEvent Click()
-{
-    vyrui::events::MouseEvent event;
-    event.type = vyrui::events::MouseEventType::Down;
-    event.position = {5, 5};
-    event.button = event.buttons = vyrui::events::kMouseButton_Left;
-    return event;
-}
-
-class Lifecycle : public vyrtest::LuaTest {
+class Lifecycle : public vyrtest::UiTest {
 protected:
     void SetUp() override
     {
-        LuaTest::SetUp();
-        Loop().SetClock(vyrui::EventLoop::Clock::Virtual);
-        Run("require 'vyrlua.vyrcontrols'; require 'vyrlua.UINodeManager'\n"
-            "require 'vyrlua.InputCapture'\n"
-            "function Rect(l, t, w, h) return vyrlua_CreateNewRectF32(l, t, w, h) end");
+        UiTest::SetUp();
         lua_pushcfunction(L(), vyrlua::utility::LuaBoundary<HostDestroyBody>);
         lua_setglobal(L(), "hostDestroy");
-    }
-
-    vyrui::EventLoop& Loop() { return Runtime().Application().GetEventLoop(); }
-
-    NodePtr GlobalNode(const char* name)
-    {
-        lua_getglobal(L(), name);
-        NodePtr node = vyrtest::WrappedNode(L(), -1);
-        lua_pop(L(), 1);
-        return node;
     }
 
     // Every host action, each a few times with different choices.
@@ -120,7 +98,7 @@ TEST_F(Lifecycle, HostActsOnEverythingAfterTheStateCloses)
     Loop().RunFor(2);
     for (const NodePtr& node : nodes) {
         ASSERT_TRUE(node);
-        node->UI_DoMouseEvent(Click());
+        node->UI_DoMouseEvent(vyrtest::MouseDown(5, 5));
         node->UI_DoTimerNotify(1);
     }
     EXPECT_FALSE(vyrlua::utility::CallLuaReference(held, 0));
@@ -186,7 +164,7 @@ TEST_F(Lifecycle, HandlersMayUndoTheirOwnSetting)
     for (int round = 0; round < 3; ++round)
         for (const NodePtr& node : nodes) {
             ASSERT_TRUE(node);
-            node->UI_DoMouseEvent(Click());
+            node->UI_DoMouseEvent(vyrtest::MouseDown(5, 5));
             EXPECT_EQ(lua_gettop(L()), 0);
         }
     Loop().RunFor(1);
@@ -218,12 +196,10 @@ TEST_F(Lifecycle, TenThousandDispatchesKeepTheStackAndMemoryLevel)
         end))");
     NodePtr node = GlobalNode("node");
     ASSERT_TRUE(node);
-    // Twice: a collection frees the userdata whose finalizers the one
-    // before ran, so one alone counts however many events were pending.
     auto level = [&] {
-        // Twice: a userdata with a finalizer is freed only by the
-        // collection after the one that finalized it, so after one the
-        // count still holds however many wrappers happened to be pending.
+        // A userdata with a finalizer is freed only by the collection after
+        // the one that finalized it, so one alone still counts however many
+        // wrappers happened to be pending.
         lua_gc(L(), LUA_GCCOLLECT, 0);
         lua_gc(L(), LUA_GCCOLLECT, 0);
         lua_gc(L(), LUA_GCCOLLECT, 0);
@@ -232,7 +208,7 @@ TEST_F(Lifecycle, TenThousandDispatchesKeepTheStackAndMemoryLevel)
     int handled = 0;
     int before = 0;
     for (int i = 1; i <= 10000; ++i) {
-        handled += node->UI_DoMouseEvent(Click()) ? 1 : 0;
+        handled += node->UI_DoMouseEvent(vyrtest::MouseDown(5, 5)) ? 1 : 0;
         ASSERT_EQ(lua_gettop(L()), 0) << "dispatch " << i;
         if (i == 1000)
             before = level();

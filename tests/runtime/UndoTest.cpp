@@ -271,13 +271,11 @@ TEST_F(LuaUndoTest, ObjectsOutlivingTheStateLeaveItAlone)
     stack.Clear();
 }
 
-TEST_F(LuaUndoTest, NamespaceTables)
+TEST_F(LuaUndoTest, ANameTakenByAnotherValueIsAHostError)
 {
     LuaAction::InitLua(L());
     LuaStateRestorer::InitLua(L());
     EXPECT_EQ(lua_gettop(L()), 0);
-    EXPECT_EQ(Eval("return type(vyrUndoAction) .. type(vyrLuaStateRestorer) .. tostring(next(vyrUndoAction))"),
-              "tabletablenil");
     Run("package.loaded.vyrUndoAction = nil; vyrUndoAction = 5");
     try {
         LuaAction::InitLua(L());

@@ -15,6 +15,29 @@ namespace vyrtest {
 
 using namespace vyrui::drawbot;
 
+std::uint32_t PixelAt(const ImageInterface& image, int x, int y)
+{
+    std::uint32_t pixel;
+    std::memcpy(&pixel, image.GetPixels() + y * image.GetStride() + x * 4, 4);
+    return pixel;
+}
+
+std::uint32_t PixelAt(SurfaceInterface& surface, int x, int y)
+{
+    return PixelAt(*surface.GetSurfaceImage(), x, y);
+}
+
+bool SamePixels(const ImageInterface& a, const ImageInterface& b)
+{
+    if (a.GetWidth() != b.GetWidth() || a.GetHeight() != b.GetHeight())
+        return false;
+    for (int y = 0; y < a.GetHeight(); ++y)
+        if (std::memcmp(a.GetPixels() + y * a.GetStride(), b.GetPixels() + y * b.GetStride(),
+                        static_cast<size_t>(a.GetWidth()) * 4) != 0)
+            return false;
+    return true;
+}
+
 void ExpectMatchesGolden(const ImageInterface& actual, const GoldenPlace& place,
                          const std::string& name, int tolerance)
 {

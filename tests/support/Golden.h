@@ -6,6 +6,7 @@
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 #include "vyrui/ui/OS_Window.h"
 
+#include <cstdint>
 #include <string>
 
 namespace vyrtest {
@@ -17,6 +18,12 @@ struct GoldenPlace {
     std::string directory; // the goldens, in the source tree
     std::string failures;  // where mismatching renderings go
 };
+
+// One pixel as 0xAARRGGBB (premultiplied).
+std::uint32_t PixelAt(const vyrui::drawbot::ImageInterface& image, int x, int y);
+std::uint32_t PixelAt(vyrui::drawbot::SurfaceInterface& surface, int x, int y);
+// Whether two images have the same size and pixels.
+bool SamePixels(const vyrui::drawbot::ImageInterface& a, const vyrui::drawbot::ImageInterface& b);
 
 // Compares `actual` with <directory>/<name>.png, channel by channel.
 void ExpectMatchesGolden(const vyrui::drawbot::ImageInterface& actual, const GoldenPlace& place,

@@ -166,6 +166,12 @@ std::vector<Opener> ExportedOpeners(std::string* libraryPath)
     return openers;
 }
 
+const Inventory& SharedInventory()
+{
+    static const Inventory inventory = TakeInventory();
+    return inventory;
+}
+
 Inventory TakeInventory()
 {
     Inventory inventory;

@@ -65,6 +65,8 @@ std::vector<Opener> ExportedOpeners(std::string* libraryPath = nullptr);
 // collects what they registered. Needs the host free: no HostRuntime may be
 // alive while it runs.
 Inventory TakeInventory();
+// One inventory taken on first use and kept for the process.
+const Inventory& SharedInventory();
 
 // Opens every module of the inventory in `L`, keeping each opener's result in
 // the registry table "vyrtest.modules". Returns the errors, one per failing

@@ -2,58 +2,23 @@
 // input events as Lua objects, and capture objects.
 #include "UiFixture.h"
 
+#include "support/TestHelpers.h"
+
 #include "vyrcore/DebugDatabase.h"
-#include "vyrcore/debug.h"
 #include "vyrlua/ui/LuaUIEvents.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_Container.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
-#include <gmock/gmock.h>
-
-#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 using namespace vyrui::ui;
 using namespace vyrui::events;
 using vyrlua::ui::NodePtr;
+using vyrtest::kArmedPrelude;
+using vyrtest::LogCapture;
+using vyrtest::MouseDown;
 using vyrtest::UiTest;
-
-namespace {
-
-MouseEvent Down(float x, float y)
-{
-    MouseEvent e;
-    e.type = MouseEventType::Down;
-    e.position = {x, y};
-    e.button = e.buttons = kMouseButton_Left;
-    return e;
-}
-
-// Log lines written while alive.
-class LogCapture {
-public:
-    LogCapture() : mPath(testing::TempDir() + "vyrlua_ui_log.txt")
-    {
-        std::remove(mPath.c_str());
-        vyrcore::debug::SetLogFile(mPath);
-    }
-    ~LogCapture() { vyrcore::debug::SetLogFile({}); }
-    std::string Text() const
-    {
-        std::ifstream in(mPath);
-        std::stringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
-
-private:
-    std::string mPath;
-};
-
-} // namespace
 
 TEST_F(UiTest, AScriptBuiltTreeReceivesAHitTestedMouseEvent)
 {
@@ -70,10 +35,10 @@ TEST_F(UiTest, AScriptBuiltTreeReceivesAHitTestedMouseEvent)
         end))");
     NodePtr root = GlobalNode("root");
     ASSERT_TRUE(root);
-    EXPECT_TRUE(UI_NodeManager::Get()->DispatchMouseEvent(*root, Down(35.5f, 20)));
+    EXPECT_TRUE(UI_NodeManager::Get()->DispatchMouseEvent(*root, MouseDown(35.5f, 20)));
     EXPECT_EQ(Eval("return got"), "down 5.5,5 global 35.5,20 clicks 1 on leaf");
     // Outside the leaf: nobody handles it.
-    EXPECT_FALSE(UI_NodeManager::Get()->DispatchMouseEvent(*root, Down(150, 80)));
+    EXPECT_FALSE(UI_NodeManager::Get()->DispatchMouseEvent(*root, MouseDown(150, 80)));
 }
 
 TEST_F(UiTest, RebindingReplacesAndTheResultIsLuaTruth)
@@ -86,7 +51,7 @@ TEST_F(UiTest, RebindingReplacesAndTheResultIsLuaTruth)
         {"nil", false}, {"false", false}, {"0", true}, {"''", true}, {"{}", true}, {"true", true}};
     for (auto [value, handled] : results) {
         Run(std::string("result = ") + value);
-        EXPECT_EQ(node->UI_DoMouseEvent(Down(1, 1)), handled) << value;
+        EXPECT_EQ(node->UI_DoMouseEvent(MouseDown(1, 1)), handled) << value;
     }
     EXPECT_EQ(Eval("return calls"), "6"); // only the second function ever ran
 
@@ -156,12 +121,12 @@ TEST_F(UiTest, NilReturnsAreLoggedOnlyWithTheGripeFlag)
     {
         LogCapture log;
         db.Set("vyrluaNilReturnGripe", false);
-        EXPECT_FALSE(node->UI_DoMouseEvent(Down(1, 1)));
+        EXPECT_FALSE(node->UI_DoMouseEvent(MouseDown(1, 1)));
         EXPECT_EQ(log.Text(), "");
         db.Set("vyrluaNilReturnGripe", true);
-        EXPECT_FALSE(node->UI_DoMouseEvent(Down(1, 1)));
+        EXPECT_FALSE(node->UI_DoMouseEvent(MouseDown(1, 1)));
         Run("n:BindVyrOperation('OnDoMouseEvent', function() return false end)");
-        EXPECT_FALSE(node->UI_DoMouseEvent(Down(1, 1))); // false is not nil
+        EXPECT_FALSE(node->UI_DoMouseEvent(MouseDown(1, 1))); // false is not nil
         EXPECT_EQ(log.Text(), "[vyrlua] warning: OnDoMouseEvent returned nil - handlers.lua:3\n");
     }
     db.Remove("vyrluaNilReturnGripe");
@@ -212,27 +177,6 @@ TEST_F(UiTest, TimerIDsAreUniqueAndATimerCanRemoveItself)
     EXPECT_EQ(Eval("return ida ~= idb"), "true");
     Loop().RunFor(1);
     EXPECT_EQ(Eval("return count"), "1");
-}
-
-TEST_F(UiTest, ATimerThatFiresAfterTheStateClosedDoesNothing)
-{
-    NodePtr node(new UI_Node("n"));
-    SetGlobalNode("n", node);
-    int id = std::stoi(Eval("return n:UI_InstallTimer(0.25, function() fired = true end)"));
-    // A native listener sees the timer go on firing, and the Lua one decline.
-    int firings = 0, claimed = 0;
-    node->UI_InstallTimerNotifyFunction(std::make_shared<std::function<bool(int)>>([&](int) {
-        ++firings;
-        return false;
-    }));
-    Runtime().Close();
-    for (int i = 0; i < 4; ++i) {
-        Loop().RunNext();
-        claimed += node->UI_DoTimerNotify(id) ? 1 : 0; // the Lua notify declines
-    }
-    EXPECT_EQ(firings, 4 + 4);
-    EXPECT_EQ(claimed, 0);
-    node.reset(); // drops the Lua reference without touching the closed state
 }
 
 TEST_F(UiTest, EventsRoundTripThroughLua)
@@ -347,7 +291,7 @@ TEST_F(UiTest, InputCaptureTakesMouseAndKeyboardUntilEnded)
 {
     NodePtr root(new UI_Node("root", {0, 0, 100, 100}));
     UI_NodeManager* manager = UI_NodeManager::Get();
-    manager->DispatchMouseEvent(*root, Down(4, 4));
+    manager->DispatchMouseEvent(*root, MouseDown(4, 4));
     Run(R"(
         log = {}
         cap = InputCapture.New()
@@ -358,8 +302,8 @@ TEST_F(UiTest, InputCaptureTakesMouseAndKeyboardUntilEnded)
         cap:BindVyrOperation(InputCapture.captureKeyboardEvent, function(e) log[#log+1] = e.keyCode end)
         cap:BindVyrOperation(InputCapture.captureCancel, function(c) log[#log+1] = 'cancel' end)
         UINodeManager.BeginInputCapture(cap))");
-    EXPECT_TRUE(manager->DispatchMouseEvent(*root, Down(7, 7)));
-    EXPECT_TRUE(manager->DispatchMouseEvent(*root, Down(9, 9)));
+    EXPECT_TRUE(manager->DispatchMouseEvent(*root, MouseDown(7, 7)));
+    EXPECT_TRUE(manager->DispatchMouseEvent(*root, MouseDown(9, 9)));
     KeyboardEvent k;
     k.keyCode = kKey_Escape;
     EXPECT_FALSE(manager->DispatchKeyboardEvent(k)); // its handler answered nil
@@ -371,7 +315,7 @@ TEST_F(UiTest, InputCaptureTakesMouseAndKeyboardUntilEnded)
               "captureBegin captureEnd");
 }
 
-TEST_F(UiTest, NodeManagerModalFiltersAndToolTips)
+TEST_F(UiTest, NodeManagerModalAndToolTips)
 {
     EXPECT_EQ(Eval("return UINodeManager.HasModalWindow()"), "false");
     boost::intrusive_ptr<UI_Dialog> dialog(new UI_Dialog("d"));
@@ -379,23 +323,9 @@ TEST_F(UiTest, NodeManagerModalFiltersAndToolTips)
     EXPECT_EQ(Eval("return UINodeManager.HasModalWindow()"), "true");
     dialog->EndModal();
 
-    Run("f = vyrcontrols.NewNode('f'); UINodeManager.AddMouseEventFilterNode(f)");
-    EXPECT_EQ(UI_NodeManager::Get()->MouseEventFilterNodeCount(), 1u);
-    Run("UINodeManager.RemoveMouseEventFilterNode(f)");
-    EXPECT_EQ(UI_NodeManager::Get()->MouseEventFilterNodeCount(), 0u);
-    EXPECT_EQ(Error("UINodeManager.AddMouseEventFilterNode({})"), "test:1: Bad user data");
-
     Run("UINodeManager.EnableToolTips(false)");
     EXPECT_FALSE(UI_NodeManager::Get()->GetToolTipManager()->AreTipsEnabled());
     Run("UINodeManager.EnableToolTips(true)");
-    EXPECT_TRUE(UI_NodeManager::Get()->GetToolTipManager()->AreTipsEnabled());
-}
-
-TEST_F(UiTest, InteractiveChangeMessageConstants)
-{
-    EXPECT_EQ(Run("local m = debug.getregistry().interactiveChangeMessage "
-                  "return m.beginChange, m.continueChange, m.finishChange, m.cancelChange, m.__index == m"),
-              (std::vector<std::string>{"0", "1", "2", "3", "true"}));
 }
 
 TEST_F(UiTest, EveryOperationNameReceivesItsMessage)
@@ -420,9 +350,9 @@ TEST_F(UiTest, EveryOperationNameReceivesItsMessage)
         leaf:UI_GainKeyboardFocus(0))");
     NodePtr root = GlobalNode("root");
     UI_NodeManager* manager = UI_NodeManager::Get();
-    EXPECT_TRUE(manager->DispatchMouseEvent(*root, Down(15, 15))); // the filter takes it
+    EXPECT_TRUE(manager->DispatchMouseEvent(*root, MouseDown(15, 15))); // the filter takes it
     Run("UINodeManager.RemoveMouseEventFilterNode(leaf)");
-    MouseEvent move = Down(15, 15);
+    MouseEvent move = MouseDown(15, 15);
     move.type = MouseEventType::Move;
     manager->DispatchMouseEvent(*root, move); // an enter, the move, then the cursor
     manager->DispatchKeyboardEvent(KeyboardEvent{});
@@ -444,40 +374,10 @@ TEST_F(UiTest, EveryOperationNameReceivesItsMessage)
     Run("leaf:UI_LoseKeyboardFocus()");
 }
 
-TEST_F(UiTest, ForgedEventsAndCapturesAreNeverRead)
-{
-    // The debug library can put any kind's metatable on a block too small to
-    // hold its pointer.
-    for (const char* kind : {"vyrlua.VYRUIMouseEvent", "vyrlua.InputCapture", "vyrlua.TouchCapture"}) {
-        std::string forge = std::string("local meta = debug.getregistry()['") + kind +
-                            "'] local u = newproxy() debug.setmetatable(u, meta) ";
-        EXPECT_EQ(Error(forge + "return tostring(u)"),
-                  std::string("bad argument #1 to '?' (") + kind + " expected, got userdata)");
-        Run(forge + "meta.__gc(u)");
-    }
-    Run("m = vyrlua_CreateNewVYRUIMouseEvent{x = 3}");
-    EXPECT_THAT(Error("local x = getmetatable(m).__index(InputCapture.New(), 'x')"),
-                testing::HasSubstr("(vyrlua.VYRUIMouseEvent expected, got userdata)"));
-}
-
-namespace vyrtest {
-namespace {
-
-// armed(f): f runs as a finalizer at the next allocation the library makes.
-constexpr const char* kArmed = R"(
-ran = false
-function armed(f)
-    collectgarbage("setpause", 0) collectgarbage("setstepmul", 1000000000) collectgarbage()
-    local p = newproxy(true)
-    getmetatable(p).__gc = function() ran = true f() end
-end
-function calm() collectgarbage("setpause", 200) collectgarbage("setstepmul", 200) end
-)";
-
 TEST_F(UiTest, AnEventEmptiedWhileItsFieldIsReadIsNeverRead)
 {
     // A finalizer run by the allocation of the result empties the event.
-    EXPECT_EQ(Run(std::string(kArmed) + R"(
+    EXPECT_EQ(Run(std::string(kArmedPrelude) + R"(
         local e = vyrlua_CreateNewVYRUIMultiTouchEvent { touches = { { x = 1 }, { x = 2 } } }
         local index, gc = getmetatable(e).__index, getmetatable(e).__gc
         armed(function() gc(e) end)
@@ -485,7 +385,7 @@ TEST_F(UiTest, AnEventEmptiedWhileItsFieldIsReadIsNeverRead)
         calm()
         return ran, ok, err)"),
               (std::vector<std::string>{"true", "false", "out-of-scope VYRUIMultiTouchEvent"}));
-    EXPECT_EQ(Run(std::string(kArmed) + R"(
+    EXPECT_EQ(Run(std::string(kArmedPrelude) + R"(
         local text = ("a key's text, long enough to be its own allocation "):rep(4)
         local e = vyrlua_CreateNewVYRUIKeyboardEvent { text = text }
         local index, gc = getmetatable(e).__index, getmetatable(e).__gc
@@ -520,9 +420,6 @@ TEST_F(UiTest, KindsAreWhatTheLibraryMadeWhateverTheirMetatable)
               "bad argument #1 to '?' (vyrlua.InputCapture expected, got userdata)");
     Run("collectgarbage() collectgarbage()");
 }
-
-} // namespace
-} // namespace vyrtest
 
 namespace {
 

@@ -4,7 +4,6 @@
 
 #include "vyrcore/config.h"
 #include "vyrlua/utility/LuaArgs.h"
-#include "vyrlua/utility/LuaException.h"
 
 #include <memory>
 #include <string>
@@ -172,12 +171,4 @@ TEST_F(BoundaryTest, IntegersOutOfRangeAreErrorsNotWraps)
     }
     EXPECT_EQ(Error("checked(1, 's', 2^63)"),
               "test:1: bad argument #3 to 'checked' (number has no integer representation)");
-}
-
-TEST(LuaExceptionTest, DefaultMessageIsLocalised)
-{
-    EXPECT_EQ(LuaException().What(), "Unknown Lua Exception");
-    EXPECT_EQ(LuaException("text").What(), "text");
-    LuaException copy = LuaException("moved");
-    EXPECT_STREQ(copy.what(), "moved");
 }
