@@ -202,6 +202,12 @@ void OS_Window::Close()
     UI_ReleaseHandlers();
 }
 
+UI_Dialog::UI_Dialog(std::string id, const RectF& structureRect)
+    : OS_Window(std::move(id), structureRect)
+{
+    UI_Show(false);
+}
+
 UI_Dialog::~UI_Dialog()
 {
     if (mModal) {
@@ -277,15 +283,19 @@ int UI_Dialog::RunModal()
         else
             RunModalOnEventLoop(*this, UI_NodeManager::Get(true)->GetEventLoop(), "");
     } catch (...) {
-        mRunning = false;
-        if (mModal)
-            EndModal(mCancelResult);
+        FinishRun();
         throw;
     }
+    FinishRun();
+    return mResult;
+}
+
+void UI_Dialog::FinishRun()
+{
     mRunning = false;
     if (mModal)
         EndModal(mCancelResult);
-    return mResult;
+    UI_Show(false);
 }
 
 UI_Dialog::ModalLoop UI_Dialog::SetModalLoop(ModalLoop loop)

@@ -119,7 +119,8 @@ public:
 // button), Escape or closing (the cancel button, else the cancel result).
 class UI_Dialog : public OS_Window {
 public:
-    using OS_Window::OS_Window;
+    // Hidden until it runs (or is shown).
+    explicit UI_Dialog(std::string id = {}, const RectF& structureRect = {});
     ~UI_Dialog() override;
 
     // Modal without blocking: input to other trees is refused until
@@ -133,7 +134,7 @@ public:
 
     // Shows the dialog (centred on its owner when it has no place of its
     // own), makes it modal and runs the installed modal loop until the run
-    // ends; returns its result. HostException when the dialog is closed or
+    // ends; hides it and returns its result. HostException when the dialog is closed or
     // runs already.
     int RunModal();
     bool IsRunningModal() const { return mRunning; }
@@ -177,6 +178,7 @@ private:
     };
     void Listen(controls::UI_ControlView& button, int result);
     void ButtonClicked(const UI_Node* button);
+    void FinishRun();
 
     bool mModal = false;
     bool mRunning = false;
