@@ -43,26 +43,11 @@ AlertArgs ReadAlertArgs(lua_State* L)
     return args;
 }
 
-boost::intrusive_ptr<UI_Dialog> Make(const AlertArgs& args)
-{
-    return MakeAlert(vyrcore::string::UTF8to16(args.message), vyrcore::string::UTF8to16(args.title),
-                     args.type, args.icon);
-}
-
 int ShowBody(lua_State* L)
 {
     AlertArgs args = ReadAlertArgs(L);
-    int answer = 0;
-    {
-        boost::intrusive_ptr<UI_Dialog> alert = Make(args);
-        try {
-            answer = alert->RunModal();
-        } catch (...) {
-            alert->Close();
-            throw;
-        }
-        alert->Close();
-    }
+    const int answer = ShowAlert(vyrcore::string::UTF8to16(args.message),
+                                 vyrcore::string::UTF8to16(args.title), args.type, args.icon);
     lua_pushinteger(L, answer);
     return 1;
 }
@@ -70,7 +55,8 @@ int ShowBody(lua_State* L)
 int NewBody(lua_State* L)
 {
     AlertArgs args = ReadAlertArgs(L);
-    vyrlua::ui::NodePtr alert = Make(args);
+    vyrlua::ui::NodePtr alert = MakeAlert(vyrcore::string::UTF8to16(args.message),
+                                          vyrcore::string::UTF8to16(args.title), args.type, args.icon);
     return vyrlua::ui::LuaControlWrapperFactory(alert, L) ? 1 : 0;
 }
 
