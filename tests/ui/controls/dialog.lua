@@ -127,7 +127,7 @@ return {
     assert(not ok and e:find("dialog 'Export' is closed"), e)
     ok, e = pcall(d.SetDefaultButton, d, vyrcontrols.NewNode())
     assert(not ok and e:find('SetDefaultButton: the button must be a control'), e)
-    ok, e = pcall(function() return Alert.Show('x', 't', 7) end)
+    ok, e = pcall(function() Alert.Show('x', 't', 7) end)
     assert(not ok and e:find("bad argument #3 to 'Show' %(alert type expected"), e)
     ok, e = pcall(function() input.onModal(5) end)
     assert(not ok and e:find("bad argument #1 to 'onModal'"), e)
