@@ -89,11 +89,27 @@ HostRuntime::HostRuntime(const HostOptions& options) : mApp(std::make_unique<exo
 // Runs behind the error boundary: host exceptions become the Lua error that
 // lua_cpcall returns. Holds nothing with a destructor, so an allocation
 // failure inside a step unwinds cleanly.
+namespace {
+constexpr int kRegistryRefSlots = 256;
+}
+
 int HostRuntime::StartUp(lua_State* L)
 {
     const auto* options = static_cast<const HostOptions*>(lua_touserdata(L, 1));
     lua_settop(L, 0);
     RegisterDeferredLuaStateLocator(L, KzKernel_CurrentLuaState);
+    // Lua 5.1 hides a table's integer keys when a resize fails for memory
+    // after the array part grew (the keys stay in the old hash part, where
+    // lookups no longer go). The registry's array part is grown once here,
+    // with its slots left on the free list, so that the references made
+    // later reuse it instead of resizing it.
+    int refs[kRegistryRefSlots];
+    for (int& ref : refs) {
+        lua_pushboolean(L, 1);
+        ref = luaL_ref(L, LUA_REGISTRYINDEX);
+    }
+    for (int i = kRegistryRefSlots - 1; i >= 0; --i)
+        luaL_unref(L, LUA_REGISTRYINDEX, refs[i]);
     vyrlua::InitLua(L);
     if (options->tracebacks)
         vyrlua::utility::SetCallTracebacks(L, true);

@@ -8,7 +8,11 @@
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaValueTypes.h"
+#include "KzKernel/KzKernel.h"
+#include "vyrcore/config.h"
+#include "vyrlua/utility/LuaProtectedCall.h"
 #include "vyrui/EventLoop.h"
+#include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <algorithm>
@@ -402,6 +406,83 @@ int ModalWindowBody(lua_State* L)
     return vyrlua::ui::LuaControlWrapperFactory(modal, L) ? 1 : 0;
 }
 
+// The handlers for modal runs still to begin, first first: a table in the
+// registry, so that it goes with the state.
+constexpr const char* kModalHandlers = "vyrhost.input.onModal";
+
+// Pushes the handler queue, made on first use.
+void PushModalHandlers(lua_State* L)
+{
+    lua_getfield(L, LUA_REGISTRYINDEX, kModalHandlers);
+    if (lua_istable(L, -1))
+        return;
+    lua_pop(L, 1);
+    lua_newtable(L);
+    lua_pushvalue(L, -1);
+    lua_setfield(L, LUA_REGISTRYINDEX, kModalHandlers);
+}
+
+// onModal(handler): handler(window) is called once, when the next modal run
+// begins (dialog:RunModal(), Alert.Show), to answer it; several wait in
+// turn. onModal(nil) forgets the handlers that wait.
+int OnModalBody(lua_State* L)
+{
+    if (lua_isnoneornil(L, 1)) {
+        lua_newtable(L);
+        lua_setfield(L, LUA_REGISTRYINDEX, kModalHandlers);
+        return 0;
+    }
+    vyrlua::utility::CheckType(L, 1, LUA_TFUNCTION);
+    PushModalHandlers(L);
+    lua_pushvalue(L, 1);
+    lua_rawseti(L, -2, static_cast<int>(lua_objlen(L, -2)) + 1);
+    return 0;
+}
+
+// Inside lua_cpcall: takes the first waiting handler, if any, and calls it
+// with the dialog; its errors are reported.
+int RunModalHandlerBody(lua_State* L)
+{
+    auto* dialog = static_cast<vyrui::ui::UI_Dialog*>(lua_touserdata(L, 1));
+    lua_settop(L, 0);
+    lua_getfield(L, LUA_REGISTRYINDEX, kModalHandlers);
+    if (!lua_istable(L, 1))
+        return 0;
+    const int count = static_cast<int>(lua_objlen(L, 1));
+    if (count == 0)
+        return 0;
+    lua_rawgeti(L, 1, 1);
+    for (int i = 1; i < count; ++i) {
+        lua_rawgeti(L, 1, i + 1);
+        lua_rawseti(L, 1, i);
+    }
+    lua_pushnil(L);
+    lua_rawseti(L, 1, count);
+    if (!vyrlua::ui::LuaControlWrapperFactory(UI_Node::Ptr(dialog), L))
+        return 0;
+    vyrlua::utility::CallLuaFromCppMaybeIgnoreErrors(L, 1, 0);
+    return 0;
+}
+
+// The modal loop of headless runs: the next waiting handler answers, else
+// the event loop's timers may; an unanswered run ends with the cancel
+// result and is reported.
+void RunHeadlessModal(vyrui::ui::UI_Dialog& dialog)
+{
+    LoopRunScope running;
+    if (lua_State* L = KzKernel_CurrentLuaState()) {
+        int top = lua_gettop(L);
+        if (lua_cpcall(L, LuaBoundary<RunModalHandlerBody>, &dialog) != 0) {
+            const char* message = lua_tostring(L, -1);
+            vyrcore::config::ReportError(message ? message : "onModal: the handler failed");
+        }
+        lua_settop(L, top);
+    }
+    if (QuitRequested() && dialog.IsModal())
+        dialog.EndModal(dialog.GetCancelResult());
+    vyrui::ui::RunModalOnEventLoop(dialog, Loop(), "headless: ");
+}
+
 int WaitBody(lua_State* L)
 {
     double seconds = vyrlua::utility::CheckNumber(L, 1);
@@ -435,6 +516,7 @@ const luaL_Reg kInputFunctions[] = {
     {"focus", LuaBoundary<FocusBody>},
     {"activate", LuaBoundary<ActivateBody>},
     {"modalWindow", LuaBoundary<ModalWindowBody>},
+    {"onModal", LuaBoundary<OnModalBody>},
     {"wait", LuaBoundary<WaitBody>},
     {nullptr, nullptr},
 };
@@ -471,6 +553,7 @@ void PreloadInputModule(lua_State* L)
 {
     vyrlua::SetPreloadedModule(L, "vyrhost.input", LuaBoundary<OpenInput>);
     vyrlua::SetPreloadedModule(L, "vyrhost.app", LuaBoundary<OpenApp>);
+    vyrui::ui::UI_Dialog::SetModalLoop(RunHeadlessModal);
 }
 
 void SetHeadless(bool headless)

@@ -27,6 +27,12 @@
 //       front (true) or goes to the back
 //   input.modalWindow()                     -- the modal window (a dialog to
 //       answer) or nil
+//   input.onModal(handler)                  -- handler(dialog) answers the
+//       next modal run when it begins (dialog:RunModal() and Alert.Show
+//       block until answered); handlers queue up, one per run, first first;
+//       onModal(nil) forgets them. A headless run that nothing answers (no
+//       handler, no timer that ends it) ends with the dialog's cancel result
+//       and reports "headless: dialog '<title>' was not answered".
 //   input.wait(seconds)                     -- headless: runs the event loop
 //       (timers) for that long on the virtual clock, so it takes no time
 //
@@ -46,7 +52,9 @@
 
 namespace vyrhost {
 
-// Puts "vyrhost.input" and "vyrhost.app" into package.preload.
+// Puts "vyrhost.input" and "vyrhost.app" into package.preload, and makes
+// dialogs run modally in the headless way (WindowMode installs its own
+// loop while it lives).
 void PreloadInputModule(lua_State* L);
 
 // What the program tells scripts, and what they ask of it.

@@ -118,8 +118,11 @@ struct WindowMode::Impl {
     HostRuntime& runtime;
     float extraScale = 1;
     std::vector<Shown> shown;
+    // The modal loop installed before, put back at the end.
+    vyrui::ui::UI_Dialog::ModalLoop headlessLoop;
 
     Impl(HostRuntime& r, float scale) : runtime(r), extraScale(scale) {}
+    void Wake();
 
     ~Impl()
     {
@@ -318,7 +321,11 @@ struct WindowMode::Impl {
         UI_NodeManager* manager = UI_NodeManager::Get(true);
         switch (w.event) {
         case SDL_WINDOWEVENT_CLOSE:
-            node->UI_Show(false);
+            if (auto* dialog = dynamic_cast<vyrui::ui::UI_Dialog*>(node.get());
+                dialog && dialog->IsModal())
+                dialog->Cancel();
+            else
+                node->UI_Show(false);
             break;
         case SDL_WINDOWEVENT_SIZE_CHANGED: {
             vyrcore::geom::RectF rect = node->UI_GetLocalRectF();
@@ -429,9 +436,14 @@ WindowMode::WindowMode(HostRuntime& runtime, float scale)
                                              SDL_GetError());
     mImpl = std::make_unique<Impl>(runtime, scale);
     SDL_StartTextInput();
+    mImpl->headlessLoop =
+        vyrui::ui::UI_Dialog::SetModalLoop([this](vyrui::ui::UI_Dialog& d) { RunModal(d); });
 }
 
-WindowMode::~WindowMode() = default;
+WindowMode::~WindowMode()
+{
+    vyrui::ui::UI_Dialog::SetModalLoop(std::move(mImpl->headlessLoop));
+}
 
 int WindowMode::Sync()
 {
@@ -445,6 +457,26 @@ unsigned WindowMode::SDLWindowID(const UI_Node& window) const
             return SDL_GetWindowID(s.window);
     }
     return 0;
+}
+
+// Sleeps until input or the next timer (at most a tenth of a second, for
+// --watch), then handles what came and runs what is due.
+void WindowMode::Impl::Wake()
+{
+    vyrui::EventLoop& loop = runtime.Application().GetEventLoop();
+    double wait = 0.1;
+    if (std::optional<double> due = loop.NextDueTime())
+        wait = std::clamp(*due - loop.Now(), 0.0, wait);
+    SDL_Event e;
+    if (SDL_WaitEventTimeout(&e, static_cast<int>(std::ceil(wait * 1000)))) {
+        Handle(e);
+        runtime.Settle(kPassesPerWake);
+        while (SDL_PollEvent(&e)) {
+            Handle(e);
+            runtime.Settle(kPassesPerWake);
+        }
+    }
+    runtime.Settle(kPassesPerWake);
 }
 
 WindowMode::End WindowMode::Run(double seconds, const std::function<bool()>& stop,
@@ -463,21 +495,22 @@ WindowMode::End WindowMode::Run(double seconds, const std::function<bool()>& sto
             return End::TimeUp;
         if (stop && stop())
             return End::Stopped;
-        // Wake for the next timer, and at least ten times a second (--watch).
-        double wait = 0.1;
-        if (std::optional<double> due = loop.NextDueTime())
-            wait = std::clamp(*due - loop.Now(), 0.0, wait);
-        SDL_Event e;
-        if (SDL_WaitEventTimeout(&e, static_cast<int>(std::ceil(wait * 1000)))) {
-            mImpl->Handle(e);
-            mImpl->runtime.Settle(kPassesPerWake);
-            while (SDL_PollEvent(&e)) {
-                mImpl->Handle(e);
-                mImpl->runtime.Settle(kPassesPerWake);
-            }
-        }
-        mImpl->runtime.Settle(kPassesPerWake);
+        mImpl->Wake();
     }
+}
+
+void WindowMode::RunModal(vyrui::ui::UI_Dialog& dialog)
+{
+    vyrui::ui::UI_Node::Ptr keep(&dialog);
+    while (dialog.IsModal()) {
+        if (QuitRequested() || dialog.IsClosed() || !dialog.UI_IsShown()) {
+            dialog.EndModal(dialog.GetCancelResult());
+            break;
+        }
+        Sync();
+        mImpl->Wake();
+    }
+    Sync();
 }
 
 } // namespace vyrhost

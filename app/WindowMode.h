@@ -3,7 +3,8 @@
 // the display's scale, and SDL's input (mouse buttons, motion, wheel, keys
 // with modifiers, text, window focus) is handed to the node manager as the
 // host's events, the same routing simulated input takes. Closing an SDL
-// window hides its node window.
+// window hides its node window; closing a modal dialog's cancels it. While
+// it lives, dialogs run modally in a nested loop of the same kind.
 #pragma once
 
 #include "app/HostRuntime.h"
@@ -13,6 +14,7 @@
 #include <string>
 
 namespace vyrui::ui {
+class UI_Dialog;
 class UI_Node;
 }
 
@@ -20,7 +22,7 @@ namespace vyrhost {
 
 class WindowMode {
 public:
-    // Starts SDL's video. Throws HostException with SDL's reason when there
+    // Starts SDL's video and installs the modal loop. Throws HostException with SDL's reason when there
     // is no display to show windows on.
     // `scale`: extra view scale on top of what the display reports (a HiDPI
     // screen whose scale SDL does not report); 0 for the environment's
@@ -39,6 +41,11 @@ public:
     // returns true, or `failed` does (an error under --strict).
     End Run(double seconds, const std::function<bool()>& stop = {},
             const std::function<bool()>& failed = {});
+
+    // The nested loop of a modal run: as Run, until the dialog's run ends
+    // (answered, closed or hidden), or ends it with the cancel result when
+    // the script quits or the program is told to stop.
+    void RunModal(vyrui::ui::UI_Dialog& dialog);
 
     // Makes and updates the SDL windows for the shown top-level windows and
     // draws what changed; returns how many are shown.

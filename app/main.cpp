@@ -19,6 +19,7 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -229,6 +230,10 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
     // Only this run's errors count: a fixed script renders again under --watch.
     const size_t reportedBefore = report.Count();
     auto failed = [&] { return options.strict && report.Count() > reportedBefore; };
+    // Made before the script runs, so that a dialog it runs modally shows.
+    std::optional<vyrhost::WindowMode> windows;
+    if (!headless && !options.console)
+        windows.emplace(runtime, options.scale);
 
     if (!options.console || !options.script.empty()) {
         if (watch)
@@ -244,10 +249,9 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
         }
     }
     runtime.Settle();
-    if (!headless && !options.console) {
-        vyrhost::WindowMode windows(runtime, options.scale);
+    if (windows) {
         auto changed = [&] { return watch && watch->Changed(); };
-        vyrhost::WindowMode::End end = windows.Run(options.runFor, changed, failed);
+        vyrhost::WindowMode::End end = windows->Run(options.runFor, changed, failed);
         if (end == vyrhost::WindowMode::End::Stopped)
             return Outcome::Reload;
     } else if (options.runFor > 0 && !vyrhost::QuitRequested()) {

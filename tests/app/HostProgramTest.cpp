@@ -482,3 +482,28 @@ TEST(HostProgramTest, WatchReloadsOnSavesRendersEachRunAndOutlivesBrokenSaves)
     EXPECT_EQ(Occurrences(run, "rendered "), 1u) << run;
     EXPECT_TRUE(host.Stop()) << host.Output();
 }
+
+TEST(HostProgramTest, HeadlessDialogsAreAnsweredByTimersOrFailTheStrictRun)
+{
+    // A timer that keeps ticking on the virtual clock answers the first
+    // alert; the second wants Yes or No, which the timer never gives, so the
+    // run ends unanswered instead of ticking for ever.
+    std::string script = Script("dialogs.lua", R"(
+        require "vyrlua.vyrcontrols"
+        require "vyrlua.uisupport.Alert"
+        local input = require "vyrhost.input"
+        local w = vyrcontrols.NewWindow("w", vyrlua_CreateNewRectF32(0, 0, 100, 100))
+        w:UI_InstallTimer(0.25, function()
+          local m = input.modalWindow()
+          if m and m:GetDescendentByID("ok") then input.key("Enter") end
+        end)
+        local saved = Alert.Show("Saved.", "Export")
+        print(saved, Alert.Show("Delete?", "Delete clip?", Alert.kAlertType_YesNo))
+    )");
+    Outcome o = RunHost("--strict " + script);
+    EXPECT_EQ(o.status, 1) << o.out;
+    EXPECT_NE(o.out.find("1\t7\n"), std::string::npos) << o.out;
+    EXPECT_NE(o.out.find("vyrlua-host: error: headless: dialog 'Delete clip?' was not answered\n"),
+              std::string::npos)
+        << o.out;
+}

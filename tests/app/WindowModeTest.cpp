@@ -102,6 +102,34 @@ TEST_F(WindowModeTest, SDLInputReachesHandlersThroughTheNodeManager)
     EXPECT_EQ(Eval("return win:UI_IsShown()"), "false");
 }
 
+TEST_F(WindowModeTest, ADialogRunsInANestedLoopOfRealInput)
+{
+    Run(R"(
+        require "vyrlua.vyrcontrols"
+        local R = vyrlua_CreateNewRectF32
+        win = vyrcontrols.NewWindow("w", R(0, 0, 160, 90), "Main")
+        d = vyrcontrols.NewDialog("d", R(0, 0, 120, 60), "Ask")
+        local ok = vyrcontrols.NewButton("ok", R(10, 20, 50, 24), "OK")
+        local no = vyrcontrols.NewButton("no", R(60, 20, 50, 24), "No")
+        d:ChildPushBack(ok) d:ChildPushBack(no)
+        d:SetDefaultButton(ok, 1) d:SetCancelButton(no, 2))");
+    WindowMode mode(Runtime(), 1);
+    // A dialog shows only while it runs.
+    ASSERT_EQ(mode.Sync(), 1);
+    // The keys wait in SDL's queue until the dialog's loop reads them.
+    for (SDL_Keycode sym : {SDLK_RETURN, SDLK_ESCAPE}) {
+        SDL_Event key{};
+        key.type = SDL_KEYDOWN;
+        key.key.keysym.sym = sym;
+        Push(key);
+        EXPECT_EQ(Eval("return d:RunModal()"), sym == SDLK_RETURN ? "1" : "2");
+        EXPECT_EQ(Eval("return d:UI_IsShown()"), "false");
+        // Answered, the dialog is hidden and loses its SDL window.
+        EXPECT_EQ(mode.Sync(), 1);
+    }
+    EXPECT_TRUE(reportedErrors.empty());
+}
+
 TEST_F(WindowModeTest, WatchSeesTheScriptAndModulesRequiredFromDisk)
 {
     namespace fs = std::filesystem;

@@ -57,12 +57,14 @@ int NewNodeBody(lua_State* L)
     return PushNew(L, Make<vyrui::ui::UI_Node>(args));
 }
 
-// NewWindow([id], [rect], [title]) -> a top-level window; the rectangle is
-// its place on the screen.
+// NewWindow / NewDialog([id], [rect], [title]) -> a top-level window or a
+// dialog; the rectangle is its place on the screen (a dialog at 0, 0 opens
+// centred on its owner).
+template <typename Window>
 int NewWindowBody(lua_State* L)
 {
     NodeArgs args = ReadNodeArgs(L);
-    auto window = Make<vyrui::ui::OS_Window>(args);
+    auto window = Make<Window>(args);
     window->SetTitle(vyrcore::string::UTF8to16(args.text));
     return PushNew(L, window);
 }
@@ -86,7 +88,8 @@ int NewControlBody(lua_State* L)
 // The constructor table.
 const luaL_Reg kConstructors[] = {
     {"NewNode", utility::LuaBoundary<NewNodeBody>},
-    {"NewWindow", utility::LuaBoundary<NewWindowBody>},
+    {"NewWindow", utility::LuaBoundary<NewWindowBody<vyrui::ui::OS_Window>>},
+    {"NewDialog", utility::LuaBoundary<NewWindowBody<vyrui::ui::UI_Dialog>>},
     {"NewSubView", utility::LuaBoundary<NewSubViewBody>},
     {"NewButton", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Button>>},
     {"NewCheckbox", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Checkbox>>},

@@ -196,6 +196,23 @@ void Painter::Dash(const RectF& box, const ColorRGBA& color, float width)
     FillRounded(bar, color, t / 2);
 }
 
+void Painter::FillTriangle(const RectF& box, const ColorRGBA& color)
+{
+    boost::intrusive_ptr<PathInterface> path = mSupplier.NewPath();
+    path->MoveTo({box.left + box.width / 2, box.top});
+    path->LineTo({box.left + box.width, box.top + box.height});
+    path->LineTo({box.left, box.top + box.height});
+    path->Close();
+    mSurface.FillPath(*path, mCache.Brush(mSupplier, color), false);
+}
+
+void Painter::Cross(const RectF& box, const ColorRGBA& color, float width)
+{
+    const float right = box.left + box.width, bottom = box.top + box.height;
+    StrokePolyline({{box.left, box.top}, {right, bottom}}, color, width);
+    StrokePolyline({{right, box.top}, {box.left, bottom}}, color, width);
+}
+
 void Painter::Chevron(const RectF& box, const ColorRGBA& color, ChevronDirection direction,
                       float width)
 {

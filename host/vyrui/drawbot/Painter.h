@@ -70,6 +70,10 @@ public:
     // The mixed-state bar across the middle of the box.
     void Dash(const RectF& box, const ColorRGBA& color, float width);
     void Chevron(const RectF& box, const ColorRGBA& color, ChevronDirection direction, float width);
+    // An upright triangle fitted into the box (a warning sign).
+    void FillTriangle(const RectF& box, const ColorRGBA& color);
+    // A cross (x) fitted into the box, strokes `width` wide.
+    void Cross(const RectF& box, const ColorRGBA& color, float width);
 
     // One line of text centred vertically in the box (its baseline on a
     // device pixel), aligned and truncated within the box's width.

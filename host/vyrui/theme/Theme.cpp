@@ -37,6 +37,8 @@ ThemeDefinition MakeTheme(bool dark)
         t.SetColor(kThemeColor_AccentText, {Hex(0xFFFFFF), Hex(0xFFFFFF), Hex(0xF2F2F2), Hex(0xFFFFFF, 0.85f)});
         t.SetColor(kThemeColor_FocusRing, Hex(0x2F6FE4, 0.55f));
         t.SetColor(kThemeColor_InnerBevel, {Hex(0xFFFFFF, 0.9f), Hex(0xFFFFFF, 0.9f), Hex(0xFFFFFF, 0), Hex(0xFFFFFF, 0)});
+        t.SetColor(kThemeColor_Warning, Hex(0xE8A317));
+        t.SetColor(kThemeColor_Error, Hex(0xD93A3A));
     } else {
         t.SetColor(kThemeColor_WindowBackground, Hex(0x262626));
         t.SetColor(kThemeColor_Text, {Hex(0xE4E4E4), Hex(0xF0F0F0), Hex(0xE4E4E4), Hex(0xE4E4E4, 0.38f)});
@@ -46,6 +48,8 @@ ThemeDefinition MakeTheme(bool dark)
         t.SetColor(kThemeColor_AccentText, {Hex(0xFFFFFF), Hex(0xFFFFFF), Hex(0xE8E8E8), Hex(0xFFFFFF, 0.5f)});
         t.SetColor(kThemeColor_FocusRing, Hex(0x5C95F5, 0.75f));
         t.SetColor(kThemeColor_InnerBevel, {Hex(0xFFFFFF, 0.07f), Hex(0xFFFFFF, 0.09f), Hex(0xFFFFFF, 0), Hex(0xFFFFFF, 0)});
+        t.SetColor(kThemeColor_Warning, Hex(0xF0B429));
+        t.SetColor(kThemeColor_Error, Hex(0xE5534B));
     }
     t.SetMetric(kThemeMetric_CornerRadius, 4);
     t.SetMetric(kThemeMetric_BorderWidth, 1);

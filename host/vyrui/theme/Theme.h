@@ -26,7 +26,9 @@ enum ThemeColor : int {
     kThemeColor_AccentText = 5,    // text and marks on the accent
     kThemeColor_FocusRing = 6,
     kThemeColor_InnerBevel = 7,    // the highlight line inside a raised face
-    kThemeColor_Count = 8,
+    kThemeColor_Warning = 8,       // marks that ask for care (an alert's warning sign)
+    kThemeColor_Error = 9,         // marks of failure (an alert's error sign)
+    kThemeColor_Count = 10,
     kThemeColor_ApplicationDomainStart = 10000,
 };
 

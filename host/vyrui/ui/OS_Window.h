@@ -8,12 +8,19 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <boost/intrusive_ptr.hpp>
 
 namespace vyrui::drawbot {
 class PainterCache;
 class SurfaceInterface;
+}
+namespace vyrui::controls {
+class UI_ControlView;
+}
+namespace vyrui {
+class EventLoop;
 }
 
 namespace vyrui::ui {
@@ -30,6 +37,22 @@ public:
     // Must be finite and > 0 (HostException otherwise).
     void SetViewScaleFactor(float scale);
     float GetViewScaleFactor() const override { return mScale; }
+    // The scale the window's content should be drawn at on its display.
+    float GetRecommendedScaleFactor() const { return mScale; }
+
+    // The window's frame on the screen: a top-level window's rectangle is
+    // its place on the screen; a window inside another tree reports its
+    // global rectangle and is placed relative to its parent.
+    void UI_SetGlobalStructureRect(const RectF& rect);
+    RectF UI_GetGlobalStructureRect() const;
+
+    // The window this one belongs to (a dialog's document window); a window
+    // opened without a place of its own is centred on its owner. Weak.
+    void SetOwner(OS_Window* owner);
+    boost::intrusive_ptr<OS_Window> GetOwner() const;
+    // Brings the window to the front: the application becomes frontmost and
+    // the window the node manager's active one.
+    void UI_Activate();
 
     // The theme's window background under everything.
     void UI_DrawSelf(drawbot::Drawbot& drawbot) override;
@@ -80,6 +103,7 @@ private:
     RenderFunction mRender;
     int mRenders = 0;
     bool mClosed = false;
+    vyrcore::utility::WeakPtr<UI_Node> mOwner;
 };
 
 // A transient window (menus, pop-overs).
@@ -89,18 +113,87 @@ public:
 };
 
 // A dialog: a window that can run modally, refusing input to other trees
-// while it does.
+// while it does. RunModal blocks in a nested event loop that the
+// application installs (SetModalLoop) until the run ends with a result:
+// EndModal(result), a click on a button given a result, Enter (the default
+// button), Escape or closing (the cancel button, else the cancel result).
 class UI_Dialog : public OS_Window {
 public:
-    using OS_Window::OS_Window;
+    // Hidden until it runs (or is shown).
+    explicit UI_Dialog(std::string id = {}, const RectF& structureRect = {});
     ~UI_Dialog() override;
+
+    // Modal without blocking: input to other trees is refused until
+    // EndModal. EndModal() keeps the result as it is.
     void BeginModal();
     void EndModal();
+    void EndModal(int result);
     bool IsModal() const { return mModal; }
+    // The result of the last modal run (the cancel result until one ends).
+    int GetModalResult() const { return mResult; }
+
+    // Shows the dialog (centred on its owner when it has no place of its
+    // own), makes it modal and runs the installed modal loop until the run
+    // ends; hides it and returns its result. HostException when the dialog is closed or
+    // runs already.
+    int RunModal();
+    bool IsRunningModal() const { return mRunning; }
+
+    // The nested loop: runs until the dialog is no longer modal. Returns the
+    // loop installed before. Without one, RunModalOnEventLoop with the node
+    // manager's loop.
+    using ModalLoop = std::function<void(UI_Dialog&)>;
+    static ModalLoop SetModalLoop(ModalLoop loop);
+
+    // Enter clicks the default button, Escape and closing click the cancel
+    // button; a click on either ends the run with `result`. A button given
+    // a result with SetButtonResult ends the run with it when clicked. Null
+    // clears the role. Buttons are held weakly.
+    void SetDefaultButton(controls::UI_ControlView* button, int result = 1);
+    void SetCancelButton(controls::UI_ControlView* button, int result = 0);
+    void SetButtonResult(controls::UI_ControlView& button, int result);
+    boost::intrusive_ptr<controls::UI_ControlView> GetDefaultButton() const;
+    boost::intrusive_ptr<controls::UI_ControlView> GetCancelButton() const;
+    // What Escape without a cancel button, closing and an unanswered run
+    // give (0 until set; SetCancelButton sets it too).
+    void SetCancelResult(int result) { mCancelResult = result; }
+    int GetCancelResult() const { return mCancelResult; }
+
+    // The user's answer "cancel": clicks the cancel button when there is an
+    // enabled one, else ends a modal run with the cancel result.
+    void Cancel();
+    // Title or ID, for messages.
+    std::string DisplayName() const;
+
+    // Closing is cancelling: a modal run ends with the cancel result.
     void Close() override;
 
+protected:
+    bool UI_OnKeyboardEvent(const events::KeyboardEvent& event) override;
+
 private:
+    struct ResultButton {
+        vyrcore::utility::WeakPtr<UI_Node> button;
+        int result = 0;
+    };
+    void Listen(controls::UI_ControlView& button, int result);
+    void ButtonClicked(const UI_Node* button);
+    void FinishRun();
+
     bool mModal = false;
+    bool mRunning = false;
+    int mResult = 0;
+    int mCancelResult = 0;
+    vyrcore::utility::WeakPtr<UI_Node> mDefault;
+    vyrcore::utility::WeakPtr<UI_Node> mCancel;
+    std::vector<ResultButton> mResults;
 };
+
+// Runs `loop` until `dialog` is no longer modal. A run that goes unanswered
+// (the loop has nothing left to do, or keeps running past its limits: 1000
+// passes, or an hour on a virtual clock and a second on a real one) ends
+// with the cancel result and is reported through the host error service as
+// "<prefix>dialog '<name>' was not answered".
+void RunModalOnEventLoop(UI_Dialog& dialog, EventLoop* loop, const std::string& prefix);
 
 } // namespace vyrui::ui

@@ -274,6 +274,21 @@ std::vector<UI_Node::Ptr> UI_NodeManager::GetWindows() const
     return windows;
 }
 
+void UI_NodeManager::SetActiveWindow(UI_Node& window)
+{
+    mActive.Reset(&window);
+}
+
+UI_Node::Ptr UI_NodeManager::GetActiveWindow() const
+{
+    UI_Node::Ptr active = mActive.Lock();
+    for (const WeakNode& w : mWindows) {
+        if (active && w.Refers(active.get()))
+            return active;
+    }
+    return {};
+}
+
 bool UI_NodeManager::AcceptsInput(const UI_Node& root) const
 {
     UI_Node::Ptr modal = GetModalWindow();
@@ -404,8 +419,10 @@ bool UI_NodeManager::DispatchKeyboardEvent(const events::KeyboardEvent& event)
         return capture->OnCaptureKeyboardEvent(event);
     }
     UI_Node::Ptr focus = mFocus.Lock();
-    if (focus && !AcceptsInput(*focus->UI_GetRootNode()))
-        return false;
+    // A modal window answers the keys (Enter, Escape) wherever the focus is.
+    if (UI_Node::Ptr modal = GetModalWindow();
+        modal && (!focus || !AcceptsInput(*focus->UI_GetRootNode())))
+        focus = UI_Node::Ptr(modal->UI_GetRootNode());
     for (UI_Node::Ptr node = focus; node; node = UI_Node::Ptr(node->UI_GetParentNode())) {
         if (node->UI_DoKeyboardEvent(event))
             return true;

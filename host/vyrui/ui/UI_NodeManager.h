@@ -61,7 +61,8 @@ public:
     boost::intrusive_ptr<UI_TouchCapture> GetTouchCaptureForID(int touchID) const;
 
     // Modal windows, innermost last. While one is up, input to other trees
-    // is refused.
+    // is refused, and keys go to the modal window when the focus is not in
+    // it.
     void BeginModal(UI_Node& window);
     void EndModal(UI_Node& window);
     bool HasModalWindow() const;
@@ -98,6 +99,9 @@ public:
     void RegisterWindow(UI_Node& window);
     void UnregisterWindow(UI_Node& window);
     std::vector<UI_Node::Ptr> GetWindows() const;
+    // The window last activated (UI_Activate), while it is alive and open.
+    void SetActiveWindow(UI_Node& window);
+    UI_Node::Ptr GetActiveWindow() const;
 
     // Input routing. Positions come in the root's local coordinates (window
     // content coordinates); every node receives them in its own, global
@@ -136,6 +140,7 @@ private:
     std::vector<WeakNode> mModal;
     std::vector<WeakNode> mFilters;
     std::vector<WeakNode> mWindows;
+    WeakNode mActive;
     ToolTipManager mToolTips;
     std::shared_ptr<drawbot::SupplierInterface> mDefaultSupplier;
     std::shared_ptr<drawbot::SupplierInterface> mOSSupplier;

@@ -9,6 +9,7 @@
 #include "vyrlua/ui/controls/LuaCheckboxWrapper.h"
 #include "vyrlua/ui/controls/LuaControlViewWrapper.h"
 #include "vyrlua/ui/controls/LuaOS_OpenGLViewWrapper.h"
+#include "vyrlua/ui/controls/LuaOS_WindowWrapper.h"
 #include "vyrlua/ui/controls/LuaStaticTextWrapper.h"
 #include "vyrlua/ui/controls/LuaUI_ButtonWrapper.h"
 #include "vyrlua/ui/controls/LuaUI_SubViewWrapper.h"
@@ -22,7 +23,9 @@ struct WrapperClassList {
 
 using AllWrapperClasses = WrapperClassList<
     LuaStaticTextWrapper,
+    LuaDialogWrapper,
     LuaOS_OpenGLViewWrapper,
+    LuaOS_WindowWrapper,
     LuaCheckboxWrapper,
     LuaUI_ButtonWrapper,
     LuaInteractiveControlViewWrapper,
