@@ -59,23 +59,39 @@ void PushMessage(lua_State* L, const char* data, size_t size) noexcept
     lua_cpcall(L, RaisePending, &pending);
 }
 
-// Registry key of the value PushFromProtectedCall carries out of its
-// protected call.
-char gCarriedValueKey;
-
 struct Relay {
     lua_CFunction fn;
     void* data;
 };
 
-int RunAndStore(lua_State* L)
+// What the protected call at hand runs; set for the call's duration (a
+// light userdata argument could itself allocate, under LuaJIT, before the
+// call is protected).
+thread_local const Relay* gRelay = nullptr;
+
+// Runs the relay's function in its own frame, with the data as argument 1.
+// Reads the relay before anything can run another protected call.
+int RunRelay(lua_State* L)
 {
-    auto* relay = static_cast<Relay*>(lua_touserdata(L, 1));
-    lua_pushlightuserdata(L, &gCarriedValueKey);
-    lua_pushcfunction(L, relay->fn);
+    const Relay* relay = gRelay;
+    lua_settop(L, 0);
     lua_pushlightuserdata(L, relay->data);
-    lua_call(L, 1, 1);
-    lua_rawset(L, LUA_REGISTRYINDEX);
+    return relay->fn(L);
+}
+
+// Registry slot of RunRelay: an integer key luaL_ref never hands out.
+constexpr int kRelaySlot = -0x7671;
+
+struct RunnerToStore {
+    int slot;
+    lua_CFunction fn;
+};
+
+int StoreRunner(lua_State* L)
+{
+    const auto* runner = static_cast<const RunnerToStore*>(lua_touserdata(L, 1));
+    lua_pushcfunction(L, runner->fn);
+    lua_rawseti(L, LUA_REGISTRYINDEX, runner->slot);
     return 0;
 }
 
@@ -122,10 +138,31 @@ bool PushCurrentException(lua_State* L) noexcept
 
 namespace vyrlua::utility {
 
+void detail::PushRunner(lua_State* L, int slot, lua_CFunction fn)
+{
+    lua_rawgeti(L, LUA_REGISTRYINDEX, slot);
+    if (lua_isfunction(L, -1))
+        return;
+    lua_pop(L, 1);
+    // Once per state; lua_cpcall protects its own allocation.
+    RunnerToStore runner{slot, fn};
+    if (lua_cpcall(L, StoreRunner, &runner) != 0) {
+        lua_pop(L, 1);
+        throw std::bad_alloc();
+    }
+    lua_rawgeti(L, LUA_REGISTRYINDEX, slot);
+}
+
 void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data)
 {
-    detail::Relay relay{fn, data};
-    const int status = lua_cpcall(L, detail::RunAndStore, &relay);
+    // A function kept in the registry, called with lua_pcall: fetching it
+    // allocates nothing, and its one result comes back on the stack.
+    detail::PushRunner(L, detail::kRelaySlot, detail::RunRelay);
+    const detail::Relay relay{fn, data};
+    const detail::Relay* outer = detail::gRelay;
+    detail::gRelay = &relay;
+    const int status = lua_pcall(L, 0, 1, 0);
+    detail::gRelay = outer;
     if (status != 0) {
         if (status == LUA_ERRMEM) {
             lua_pop(L, 1);
@@ -136,12 +173,6 @@ void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data)
         lua_pop(L, 1);
         throw std::runtime_error(message);
     }
-    // Neither step allocates: the key exists, and clearing it only writes nil.
-    lua_pushlightuserdata(L, &detail::gCarriedValueKey);
-    lua_rawget(L, LUA_REGISTRYINDEX);
-    lua_pushlightuserdata(L, &detail::gCarriedValueKey);
-    lua_pushnil(L);
-    lua_rawset(L, LUA_REGISTRYINDEX);
 }
 
 void PushLString(lua_State* L, std::string_view text)

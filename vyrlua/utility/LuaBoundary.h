@@ -53,6 +53,11 @@ void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data);
 void PushLString(lua_State* L, std::string_view text);
 
 namespace detail {
+// Pushes the C function kept in the registry at `slot` (an integer key that
+// luaL_ref never hands out), storing `fn` there first if the state has
+// none: fetching it then allocates nothing. Throws std::bad_alloc when
+// storing fails.
+void PushRunner(lua_State* L, int slot, lua_CFunction fn);
 // Called inside the boundary's catch handler. Pushes the Lua error value for
 // the exception being handled and returns true; returns false, pushing
 // nothing, for a foreign exception (a LuaJIT error) that must go on. Never

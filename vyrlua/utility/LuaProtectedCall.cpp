@@ -111,8 +111,6 @@ thread_local const detail::PendingArguments* detail::gPendingArguments = nullptr
 
 namespace {
 
-// Registry slot of the argument runner: an integer key luaL_ref never hands
-// out, so fetching it neither hashes a string nor allocates.
 constexpr int kArgumentRunnerSlot = -0x7672;
 
 // Stack: the function to call. Reads what to push before anything can run
@@ -125,13 +123,6 @@ int RunWithArgumentsBody(lua_State* L)
     return lua_gettop(L);
 }
 
-int StoreArgumentRunner(lua_State* L)
-{
-    lua_pushcfunction(L, detail::ArgumentRunner());
-    lua_rawseti(L, LUA_REGISTRYINDEX, kArgumentRunnerSlot);
-    return 0;
-}
-
 } // namespace
 
 lua_CFunction detail::ArgumentRunner()
@@ -141,15 +132,7 @@ lua_CFunction detail::ArgumentRunner()
 
 void detail::PushArgumentRunner(lua_State* L)
 {
-    lua_rawgeti(L, LUA_REGISTRYINDEX, kArgumentRunnerSlot);
-    if (lua_isfunction(L, -1))
-        return;
-    lua_pop(L, 1);
-    if (lua_cpcall(L, StoreArgumentRunner, nullptr) != 0) {
-        lua_pop(L, 1);
-        throw std::bad_alloc();
-    }
-    lua_rawgeti(L, LUA_REGISTRYINDEX, kArgumentRunnerSlot);
+    PushRunner(L, kArgumentRunnerSlot, ArgumentRunner());
 }
 
 void detail::CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults)
