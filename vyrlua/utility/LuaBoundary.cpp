@@ -59,39 +59,21 @@ void PushMessage(lua_State* L, const char* data, size_t size) noexcept
     lua_cpcall(L, RaisePending, &pending);
 }
 
-struct Relay {
-    lua_CFunction fn;
-    void* data;
-};
-
-// What the protected call at hand runs; set for the call's duration (a
-// light userdata argument could itself allocate, under LuaJIT, before the
-// call is protected).
-thread_local const Relay* gRelay = nullptr;
-
-// Runs the relay's function in its own frame, with the data as argument 1.
 // Reads the relay before anything can run another protected call.
 int RunRelay(lua_State* L)
 {
     const Relay* relay = gRelay;
-    lua_settop(L, 0);
     lua_pushlightuserdata(L, relay->data);
+    lua_insert(L, 1);
     return relay->fn(L);
 }
 
-// Registry slot of RunRelay: an integer key luaL_ref never hands out.
 constexpr int kRelaySlot = -0x7671;
 
-struct RunnerToStore {
-    int slot;
-    lua_CFunction fn;
-};
-
-int StoreRunner(lua_State* L)
+int StoreRelayRunner(lua_State* L)
 {
-    const auto* runner = static_cast<const RunnerToStore*>(lua_touserdata(L, 1));
-    lua_pushcfunction(L, runner->fn);
-    lua_rawseti(L, LUA_REGISTRYINDEX, runner->slot);
+    lua_pushcfunction(L, RunRelay);
+    lua_rawseti(L, LUA_REGISTRYINDEX, kRelaySlot);
     return 0;
 }
 
@@ -138,31 +120,36 @@ bool PushCurrentException(lua_State* L) noexcept
 
 namespace vyrlua::utility {
 
-void detail::PushRunner(lua_State* L, int slot, lua_CFunction fn)
+thread_local const detail::Relay* detail::gRelay = nullptr;
+
+lua_CFunction detail::RelayRunner()
 {
-    lua_rawgeti(L, LUA_REGISTRYINDEX, slot);
+    return RunRelay;
+}
+
+void detail::PushRelayRunner(lua_State* L)
+{
+    lua_rawgeti(L, LUA_REGISTRYINDEX, kRelaySlot);
     if (lua_isfunction(L, -1))
         return;
     lua_pop(L, 1);
     // Once per state; lua_cpcall protects its own allocation.
-    RunnerToStore runner{slot, fn};
-    if (lua_cpcall(L, StoreRunner, &runner) != 0) {
+    if (lua_cpcall(L, StoreRelayRunner, nullptr) != 0) {
         lua_pop(L, 1);
         throw std::bad_alloc();
     }
-    lua_rawgeti(L, LUA_REGISTRYINDEX, slot);
+    lua_rawgeti(L, LUA_REGISTRYINDEX, kRelaySlot);
 }
 
 void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data)
 {
-    // A function kept in the registry, called with lua_pcall: fetching it
-    // allocates nothing, and its one result comes back on the stack.
-    detail::PushRunner(L, detail::kRelaySlot, detail::RunRelay);
+    detail::PushRelayRunner(L);
     const detail::Relay relay{fn, data};
-    const detail::Relay* outer = detail::gRelay;
-    detail::gRelay = &relay;
-    const int status = lua_pcall(L, 0, 1, 0);
-    detail::gRelay = outer;
+    int status;
+    {
+        detail::ScRelay current(&relay);
+        status = lua_pcall(L, 0, 1, 0);
+    }
     if (status != 0) {
         if (status == LUA_ERRMEM) {
             lua_pop(L, 1);

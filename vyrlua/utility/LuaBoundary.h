@@ -53,11 +53,36 @@ void PushFromProtectedCall(lua_State* L, lua_CFunction fn, void* data);
 void PushLString(lua_State* L, std::string_view text);
 
 namespace detail {
-// Pushes the C function kept in the registry at `slot` (an integer key that
-// luaL_ref never hands out), storing `fn` there first if the state has
-// none: fetching it then allocates nothing. Throws std::bad_alloc when
-// storing fails.
-void PushRunner(lua_State* L, int slot, lua_CFunction fn);
+// Native work run protected without allocating to get there: the relay
+// runner, a C function kept in the registry, is called with lua_pcall and
+// calls `fn` in its own frame with `data` inserted as a light userdata at
+// index 1 (pushed under protection: the push can allocate under LuaJIT).
+// What to run reaches it through ScRelay, set for the call's duration,
+// rather than as an argument.
+struct Relay {
+    lua_CFunction fn;
+    void* data;
+};
+extern thread_local const Relay* gRelay;
+
+// Sets the relay, and puts back that of an enclosing call when it ends.
+class ScRelay {
+public:
+    explicit ScRelay(const Relay* relay) : mOuter(gRelay) { gRelay = relay; }
+    ~ScRelay() { gRelay = mOuter; }
+    ScRelay(const ScRelay&) = delete;
+    ScRelay& operator=(const ScRelay&) = delete;
+
+private:
+    const Relay* mOuter;
+};
+
+// Pushes the relay runner, storing it in the registry (at an integer key
+// luaL_ref never hands out) the first time a state needs it; fetching it
+// then allocates nothing. Throws std::bad_alloc when storing fails.
+void PushRelayRunner(lua_State* L);
+// The runner as registered, to leave it out of tracebacks.
+lua_CFunction RelayRunner();
 // Called inside the boundary's catch handler. Pushes the Lua error value for
 // the exception being handled and returns true; returns false, pushing
 // nothing, for a foreign exception (a LuaJIT error) that must go on. Never

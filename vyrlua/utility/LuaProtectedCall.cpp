@@ -32,8 +32,8 @@ int TracebackBody(lua_State* L)
     lua_Debug ar;
     for (int level = 1; level <= kTracebackLevels && lua_getstack(L, level, &ar); ++level) {
         lua_getinfo(L, "Slnf", &ar);
-        // The argument runner is the host's side of the call, not the script's.
-        const bool runner = lua_tocfunction(L, -1) == detail::ArgumentRunner();
+        // The relay runner is the host's side of the call, not the script's.
+        const bool runner = lua_tocfunction(L, -1) == detail::RelayRunner();
         lua_pop(L, 1);
         if (runner)
             break;
@@ -107,17 +107,12 @@ void KeepCallTraceback(lua_State* L)
     }
 }
 
-thread_local const detail::PendingArguments* detail::gPendingArguments = nullptr;
-
 namespace {
 
-constexpr int kArgumentRunnerSlot = -0x7672;
-
-// Stack: the function to call. Reads what to push before anything can run
-// another call that sets it.
-int RunWithArgumentsBody(lua_State* L)
+int PushArgumentsAndCallBody(lua_State* L)
 {
-    const detail::PendingArguments* pending = detail::gPendingArguments;
+    const auto* pending = static_cast<const detail::PendingArguments*>(lua_touserdata(L, 1));
+    lua_remove(L, 1);
     const int nargs = pending->push(pending->pusher, L);
     lua_call(L, nargs, pending->nresults);
     return lua_gettop(L);
@@ -125,15 +120,7 @@ int RunWithArgumentsBody(lua_State* L)
 
 } // namespace
 
-lua_CFunction detail::ArgumentRunner()
-{
-    return LuaBoundary<RunWithArgumentsBody>;
-}
-
-void detail::PushArgumentRunner(lua_State* L)
-{
-    PushRunner(L, kArgumentRunnerSlot, ArgumentRunner());
-}
+const lua_CFunction detail::PushArgumentsAndCall = LuaBoundary<PushArgumentsAndCallBody>;
 
 void detail::CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults)
 {

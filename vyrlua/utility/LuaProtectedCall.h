@@ -54,21 +54,15 @@ void CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults);
 // may allocate (an event object, a wrapper, a fresh string); running out of
 // memory there must be the call's error, not a longjmp past the caller's
 // frames or, when the host calls from outside Lua, Lua's panic. So the call
-// runs a C function, the argument runner, with the function to call as its
-// one argument; the runner pushes the arguments and calls it. The runner
-// finds what to push here, set by the caller for the call's duration (a
-// light userdata argument could itself allocate under LuaJIT).
+// runs the relay runner (LuaBoundary.h) with the function to call as its
+// one argument, relaying PushArgumentsAndCall with the arguments to push.
 struct PendingArguments {
     int (*push)(void* pusher, lua_State* L); // pushes, returns the count
     void* pusher;
     int nresults;
 };
-extern thread_local const PendingArguments* gPendingArguments;
-// Pushes the argument runner; it is made once per state, protected
-// (std::bad_alloc when that fails).
-void PushArgumentRunner(lua_State* L);
-// The runner as registered, to leave it out of tracebacks.
-lua_CFunction ArgumentRunner();
+// Stack: the PendingArguments (light userdata), the function to call.
+extern const lua_CFunction PushArgumentsAndCall;
 // CallLuaFromCpp inline, for the call-back paths that run on every event.
 inline void CallLuaFromCppInline(lua_State* L, int nargs, int nresults)
 {

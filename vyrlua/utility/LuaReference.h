@@ -10,6 +10,7 @@
 
 #include "vyrcore/config.h"
 #include "vyrlua/utility/LuaApi.h"
+#include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
 
 #include <boost/shared_ptr.hpp>
@@ -153,21 +154,6 @@ bool PushesNothing(const PushArgs& pushArgs)
         return false;
 }
 
-// Sets the arguments the runner pushes, and puts back those of an
-// enclosing call when the call ends.
-class ScPendingArguments {
-public:
-    explicit ScPendingArguments(const PendingArguments* pending) : mOuter(gPendingArguments)
-    {
-        gPendingArguments = pending;
-    }
-    ~ScPendingArguments() { gPendingArguments = mOuter; }
-    ScPendingArguments(const ScPendingArguments&) = delete;
-    ScPendingArguments& operator=(const ScPendingArguments&) = delete;
-
-private:
-    const PendingArguments* mOuter;
-};
 } // namespace detail
 
 // Calls back the referenced value: pushes it, then `pushArgs(L)`, which
@@ -210,13 +196,14 @@ bool CallLuaReferenceIn(lua_State* L, const LuaReference<N>& reference, int nres
         } else {
             // Runner, then the function: the arguments are pushed protected.
             detail::PushForCallInline(L, guard.Top(), reference.Ref());
-            detail::PushArgumentRunner(L);
+            detail::PushRelayRunner(L);
             lua_insert(L, -2);
             auto pusher = [&pushArgs](lua_State* S) { return pushArgs(S); };
-            const detail::PendingArguments pending{
+            detail::PendingArguments pending{
                 [](void* p, lua_State* S) { return (*static_cast<decltype(pusher)*>(p))(S); },
                 &pusher, nresults};
-            detail::ScPendingArguments current(&pending);
+            const detail::Relay relay{detail::PushArgumentsAndCall, &pending};
+            detail::ScRelay current(&relay);
             detail::CallLuaFromCppInline(L, 1, nresults);
         }
         readResults(L);
