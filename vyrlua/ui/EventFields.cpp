@@ -1,6 +1,7 @@
 #include "vyrlua/ui/EventFields.h"
 
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaStack.h"
 
 #include <string>
 #include <string_view>
@@ -11,8 +12,7 @@ void RefuseUnknownFields(lua_State* L, int index, const char* who, EventFieldNam
 {
     if (lua_type(L, index) != LUA_TTABLE)
         return;
-    if (index < 0 && index > LUA_REGISTRYINDEX)
-        index = lua_gettop(L) + index + 1;
+    index = utility::AbsoluteIndex(L, index);
     lua_pushnil(L);
     while (lua_next(L, index) != 0) {
         lua_pop(L, 1);

@@ -322,6 +322,9 @@ struct MemberTraits<R (*)(A...)> {
 template <typename Host, auto Fn, typename... Args>
 struct MethodSignature;
 
+template <auto Fn>
+using ReturnOf = std::decay_t<typename MemberTraits<decltype(Fn)>::Return>;
+
 // A member function of the host class, or a free function taking it first.
 template <auto Fn, typename Host, typename... A>
 decltype(auto) Invoke(Host* self, A&&... args)
@@ -337,7 +340,7 @@ decltype(auto) Invoke(Host* self, A&&... args)
 template <typename Host, auto Fn, typename... Args, typename Raw, size_t... I>
 int CallHost(lua_State* L, vyrui::ui::UI_Node* node, const Raw& raw, std::index_sequence<I...>)
 {
-    using R = std::decay_t<typename MemberTraits<decltype(Fn)>::Return>;
+    using R = ReturnOf<Fn>;
     Host* self = NodeAs<Host>(node);
     if constexpr (std::is_void_v<R>) {
         {
@@ -408,7 +411,7 @@ struct MethodSignature {
     static inline const bool recorded = utility::RecordLuaSignature(
         ui::Method<Host, Fn, Args...>, // the registered function, not the body
         {kParams, static_cast<int>(sizeof...(Args)),
-         ResultLuaType<std::decay_t<typename MemberTraits<decltype(Fn)>::Return>>()});
+         ResultLuaType<ReturnOf<Fn>>()});
 };
 
 } // namespace detail

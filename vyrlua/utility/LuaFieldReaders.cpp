@@ -1,6 +1,7 @@
 #include "vyrlua/utility/LuaFieldReaders.h"
 
 #include "vyrlua/utility/LuaException.h"
+#include "vyrlua/utility/LuaStack.h"
 
 #include <climits>
 #include <cmath>
@@ -8,11 +9,6 @@
 namespace vyrlua::utility {
 
 namespace {
-
-int AbsoluteIndex(lua_State* L, int index)
-{
-    return index > 0 || index <= LUA_REGISTRYINDEX ? index : lua_gettop(L) + index + 1;
-}
 
 // Arguments: the value and the key. Any error it raises is caught by the
 // lua_pcall in PushField.

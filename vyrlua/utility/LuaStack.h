@@ -15,6 +15,13 @@ inline bool EnsureStack(lua_State* L, int n)
     return lua_gettop(L) + n <= LUA_MINSTACK || lua_checkstack(L, n) != 0;
 }
 
+// `index` as a positive stack index (pseudo-indices unchanged), so that it
+// stays valid while values are pushed.
+inline int AbsoluteIndex(lua_State* L, int index)
+{
+    return index > 0 || index <= LUA_REGISTRYINDEX ? index : lua_gettop(L) + index + 1;
+}
+
 // After the host called into Lua: at the top level (no function running on
 // L) the stack is the host's and is emptied; otherwise it belongs to a
 // running frame (a method dispatching from Lua code, or coroutine.resume

@@ -80,11 +80,6 @@ lua_Number NumberField(lua_State* L, int index, const utility::InternedName& nam
     return n;
 }
 
-int Absolute(lua_State* L, int index)
-{
-    return index > 0 || index <= LUA_REGISTRYINDEX ? index : lua_gettop(L) + index + 1;
-}
-
 // Narrows a field value to the host type: floats saturate to infinity, ints
 // must fit (argument -1: the field, as luaL_checknumber(L, -1) reports it).
 template <typename T>
@@ -99,7 +94,7 @@ T Narrow(lua_Number n)
 template <typename T>
 void ReadPoint(lua_State* L, int index, PointT<T>& point)
 {
-    index = Absolute(L, index);
+    index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
     point.x = Narrow<T>(NumberField(L, index, kX));
     point.y = Narrow<T>(NumberField(L, index, kY));
@@ -108,7 +103,7 @@ void ReadPoint(lua_State* L, int index, PointT<T>& point)
 template <typename T>
 void ReadRect(lua_State* L, int index, RectT<T>& rect)
 {
-    index = Absolute(L, index);
+    index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
     rect.top = Narrow<T>(NumberField(L, index, kTop));
     rect.left = Narrow<T>(NumberField(L, index, kLeft));
@@ -173,7 +168,7 @@ void GetRect32FromLua(lua_State* L, int index, RectT<int>& rect)
 
 void GetColorRGBAFromLua(lua_State* L, int index, vyrui::drawbot::ColorRGBA& color)
 {
-    index = Absolute(L, index);
+    index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
     color.red = utility::ToFloat(NumberField(L, index, kRed));
     color.green = utility::ToFloat(NumberField(L, index, kGreen));
@@ -183,7 +178,7 @@ void GetColorRGBAFromLua(lua_State* L, int index, vyrui::drawbot::ColorRGBA& col
 
 void GetMatrixF32FromLua(lua_State* L, int index, MatrixT<float>& matrix)
 {
-    index = Absolute(L, index);
+    index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
     float values[9] = {};
     int count = 0;
