@@ -926,7 +926,7 @@ int TexSubImageAt(lua_State* L, bool twoD)
 
 // The size of a texture level; only the two targets whose images
 // GetTexImage can size are accepted.
-void TextureLevelSize(lua_State* L, GLenum target, GLint level, GLint& width, GLint& height)
+void TextureLevelSize(GLenum target, GLint level, GLint& width, GLint& height)
 {
     if (target != GL_TEXTURE_1D && target != GL_TEXTURE_2D)
         throw ArgumentError(1, "unknown or invalid enumeration");
@@ -935,45 +935,38 @@ void TextureLevelSize(lua_State* L, GLenum target, GLint level, GLint& width, GL
     glGetTexLevelParameteriv(target, level, GL_TEXTURE_HEIGHT, &height);
     if (target == GL_TEXTURE_1D)
         height = 1;
-    (void)L;
 }
 
-// (target, level, format[, type]) -> a table of the pixel values.
-int GetTexImage(lua_State* L)
+// GetTexImage(target, level, format[, type]) -> a table of the pixel values;
+// GetTexImageRaw(target, level, format, type, block) fills the block, sized
+// against the pack state.
+template <bool Raw>
+int GetTexImageInto(lua_State* L)
 {
     RequireContext();
     GLenum target = CheckEnum(L, 1);
     GLint level = CheckInt(L, 2);
     GLenum format = CheckEnum(L, 3);
-    GLenum type = OptEnum(L, 4, GL_FLOAT);
+    GLenum type = Raw ? CheckEnum(L, 4) : OptEnum(L, 4, GL_FLOAT);
     GLint width = 0;
     GLint height = 0;
-    TextureLevelSize(L, target, level, width, height);
-    size_t bytes = TightImageBytes(width, height, format, type, 3, 4);
-    void* pixels = PushScratch(L, bytes);
-    if (bytes > 0) {
-        TightPixelStore tight;
-        glGetTexImage(target, level, format, type, pixels);
+    TextureLevelSize(target, level, width, height);
+    if constexpr (Raw) {
+        size_t needed = StoredImageBytes(width, height, format, type, true, 3, 4);
+        void* pixels = CheckDataBytes(L, 5, needed);
+        if (needed > 0)
+            glGetTexImage(target, level, format, type, pixels);
+        return 0;
+    } else {
+        size_t bytes = TightImageBytes(width, height, format, type, 3, 4);
+        void* pixels = PushScratch(L, bytes);
+        if (bytes > 0) {
+            TightPixelStore tight;
+            glGetTexImage(target, level, format, type, pixels);
+        }
+        PushPixelTable(L, type, pixels, bytes / PixelTypeSize(type));
+        return 1;
     }
-    PushPixelTable(L, type, pixels, bytes / PixelTypeSize(type));
-    return 1;
-}
-
-int GetTexImageRaw(lua_State* L)
-{
-    RequireContext();
-    GLenum target = CheckEnum(L, 1);
-    GLint level = CheckInt(L, 2);
-    GLenum format = CheckEnum(L, 3);
-    GLenum type = CheckEnum(L, 4);
-    GLint width = 0;
-    GLint height = 0;
-    TextureLevelSize(L, target, level, width, height);
-    size_t needed = StoredImageBytes(width, height, format, type, true, 3, 4);
-    void* pixels = CheckDataBytes(L, 5, needed);
-    if (needed > 0)
-        glGetTexImage(target, level, format, type, pixels);
-    return 0;
 }
 
 int GetTexLevelParameter(lua_State* L)
@@ -1512,8 +1505,8 @@ const luaL_Reg kFunctions[] = {
     {"GetString", LuaBoundary<GetString>},
     {"GetTexEnv", LuaBoundary<GetParam2<glGetTexEnvfv>>},
     {"GetTexGen", LuaBoundary<GetParam2<glGetTexGenfv>>},
-    {"GetTexImage", LuaBoundary<GetTexImage>},
-    {"GetTexImageRaw", LuaBoundary<GetTexImageRaw>},
+    {"GetTexImage", LuaBoundary<GetTexImageInto<false>>},
+    {"GetTexImageRaw", LuaBoundary<GetTexImageInto<true>>},
     {"GetTexLevelParameter", LuaBoundary<GetTexLevelParameter>},
     {"GetTexParameter", LuaBoundary<GetParam2<glGetTexParameterfv>>},
     {"Hint", LuaBoundary<Call<glHint, E, E>>},
