@@ -104,7 +104,6 @@ bool IsSet(lua_State* L)
 struct ParamValue {
     bool vector = false;
     bool isEnum = false;
-    GLfloat scalar = 0;
     GLint enumValue = 0;
     GLfloat values[16] = {};
 };
@@ -127,8 +126,7 @@ ParamValue ReadParam(lua_State* L, int narg, int needed)
         p.values[0] = static_cast<GLfloat>(p.enumValue);
         break;
     default:
-        p.scalar = CheckFloat(L, narg);
-        p.values[0] = p.scalar;
+        p.values[0] = CheckFloat(L, narg);
     }
     return p;
 }
@@ -167,7 +165,7 @@ int Param1(lua_State* L)
     else if (p.isEnum)
         Integer(pname, p.enumValue);
     else
-        Scalar(pname, p.scalar);
+        Scalar(pname, p.values[0]);
     return 0;
 }
 
@@ -184,7 +182,7 @@ int Param2(lua_State* L)
     else if (p.isEnum)
         Integer(target, pname, p.enumValue);
     else
-        Scalar(target, pname, p.scalar);
+        Scalar(target, pname, p.values[0]);
     return 0;
 }
 
