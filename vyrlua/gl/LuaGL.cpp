@@ -70,6 +70,10 @@ int IsObject(lua_State* L)
     return 1;
 }
 
+// Too few numbers for Vertex: the one vector call that counts its arguments
+// instead of naming the first one missing.
+constexpr char kVertexTooFew[] = "invalid number of arguments";
+
 // A vector given as numbers (as many as are passed, from `least` to `most`)
 // or as one table (at least `least` items, else `tooFew`). Returns the count.
 int ReadVector(lua_State* L, GLdouble* v, int least, int most, const char* tooFew)
@@ -83,7 +87,7 @@ int ReadVector(lua_State* L, GLdouble* v, int least, int most, const char* tooFe
         return count;
     }
     int count = std::min(lua_gettop(L), most);
-    if (count < least && tooFew && std::strcmp(tooFew, "invalid number of arguments") == 0)
+    if (count < least && tooFew == kVertexTooFew)
         throw LuaError(tooFew);
     count = std::max(count, least);
     for (int i = 0; i < count; ++i)
@@ -238,7 +242,6 @@ int VectorCall(lua_State* L)
 }
 
 constexpr char kColorTooFew[] = "invalid number of items in table (n<3).";
-constexpr char kVertexTooFew[] = "invalid number of arguments";
 constexpr char kNormalTooFew[] = "invalid number of elements in the table (n<3)";
 constexpr char kOneTooFew[] = "invalid number of items in table (n<1).";
 constexpr char kTwoTooFew[] = "invalid number of items in table (n<2).";
