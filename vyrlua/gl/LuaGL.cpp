@@ -70,6 +70,10 @@ int IsObject(lua_State* L)
     return 1;
 }
 
+// Too few numbers for Vertex: the one vector call that counts its arguments
+// instead of naming the first one missing.
+constexpr char kVertexTooFew[] = "invalid number of arguments";
+
 // A vector given as numbers (as many as are passed, from `least` to `most`)
 // or as one table (at least `least` items, else `tooFew`). Returns the count.
 int ReadVector(lua_State* L, GLdouble* v, int least, int most, const char* tooFew)
@@ -83,7 +87,7 @@ int ReadVector(lua_State* L, GLdouble* v, int least, int most, const char* tooFe
         return count;
     }
     int count = std::min(lua_gettop(L), most);
-    if (count < least && tooFew && std::strcmp(tooFew, "invalid number of arguments") == 0)
+    if (count < least && tooFew == kVertexTooFew)
         throw LuaError(tooFew);
     count = std::max(count, least);
     for (int i = 0; i < count; ++i)
@@ -104,7 +108,6 @@ bool IsSet(lua_State* L)
 struct ParamValue {
     bool vector = false;
     bool isEnum = false;
-    GLfloat scalar = 0;
     GLint enumValue = 0;
     GLfloat values[16] = {};
 };
@@ -127,8 +130,7 @@ ParamValue ReadParam(lua_State* L, int narg, int needed)
         p.values[0] = static_cast<GLfloat>(p.enumValue);
         break;
     default:
-        p.scalar = CheckFloat(L, narg);
-        p.values[0] = p.scalar;
+        p.values[0] = CheckFloat(L, narg);
     }
     return p;
 }
@@ -167,7 +169,7 @@ int Param1(lua_State* L)
     else if (p.isEnum)
         Integer(pname, p.enumValue);
     else
-        Scalar(pname, p.scalar);
+        Scalar(pname, p.values[0]);
     return 0;
 }
 
@@ -184,7 +186,7 @@ int Param2(lua_State* L)
     else if (p.isEnum)
         Integer(target, pname, p.enumValue);
     else
-        Scalar(target, pname, p.scalar);
+        Scalar(target, pname, p.values[0]);
     return 0;
 }
 
@@ -240,7 +242,6 @@ int VectorCall(lua_State* L)
 }
 
 constexpr char kColorTooFew[] = "invalid number of items in table (n<3).";
-constexpr char kVertexTooFew[] = "invalid number of arguments";
 constexpr char kNormalTooFew[] = "invalid number of elements in the table (n<3)";
 constexpr char kOneTooFew[] = "invalid number of items in table (n<1).";
 constexpr char kTwoTooFew[] = "invalid number of items in table (n<2).";
@@ -926,7 +927,7 @@ int TexSubImageAt(lua_State* L, bool twoD)
 
 // The size of a texture level; only the two targets whose images
 // GetTexImage can size are accepted.
-void TextureLevelSize(lua_State* L, GLenum target, GLint level, GLint& width, GLint& height)
+void TextureLevelSize(GLenum target, GLint level, GLint& width, GLint& height)
 {
     if (target != GL_TEXTURE_1D && target != GL_TEXTURE_2D)
         throw ArgumentError(1, "unknown or invalid enumeration");
@@ -935,45 +936,38 @@ void TextureLevelSize(lua_State* L, GLenum target, GLint level, GLint& width, GL
     glGetTexLevelParameteriv(target, level, GL_TEXTURE_HEIGHT, &height);
     if (target == GL_TEXTURE_1D)
         height = 1;
-    (void)L;
 }
 
-// (target, level, format[, type]) -> a table of the pixel values.
-int GetTexImage(lua_State* L)
+// GetTexImage(target, level, format[, type]) -> a table of the pixel values;
+// GetTexImageRaw(target, level, format, type, block) fills the block, sized
+// against the pack state.
+template <bool Raw>
+int GetTexImageInto(lua_State* L)
 {
     RequireContext();
     GLenum target = CheckEnum(L, 1);
     GLint level = CheckInt(L, 2);
     GLenum format = CheckEnum(L, 3);
-    GLenum type = OptEnum(L, 4, GL_FLOAT);
+    GLenum type = Raw ? CheckEnum(L, 4) : OptEnum(L, 4, GL_FLOAT);
     GLint width = 0;
     GLint height = 0;
-    TextureLevelSize(L, target, level, width, height);
-    size_t bytes = TightImageBytes(width, height, format, type, 3, 4);
-    void* pixels = PushScratch(L, bytes);
-    if (bytes > 0) {
-        TightPixelStore tight;
-        glGetTexImage(target, level, format, type, pixels);
+    TextureLevelSize(target, level, width, height);
+    if constexpr (Raw) {
+        size_t needed = StoredImageBytes(width, height, format, type, true, 3, 4);
+        void* pixels = CheckDataBytes(L, 5, needed);
+        if (needed > 0)
+            glGetTexImage(target, level, format, type, pixels);
+        return 0;
+    } else {
+        size_t bytes = TightImageBytes(width, height, format, type, 3, 4);
+        void* pixels = PushScratch(L, bytes);
+        if (bytes > 0) {
+            TightPixelStore tight;
+            glGetTexImage(target, level, format, type, pixels);
+        }
+        PushPixelTable(L, type, pixels, bytes / PixelTypeSize(type));
+        return 1;
     }
-    PushPixelTable(L, type, pixels, bytes / PixelTypeSize(type));
-    return 1;
-}
-
-int GetTexImageRaw(lua_State* L)
-{
-    RequireContext();
-    GLenum target = CheckEnum(L, 1);
-    GLint level = CheckInt(L, 2);
-    GLenum format = CheckEnum(L, 3);
-    GLenum type = CheckEnum(L, 4);
-    GLint width = 0;
-    GLint height = 0;
-    TextureLevelSize(L, target, level, width, height);
-    size_t needed = StoredImageBytes(width, height, format, type, true, 3, 4);
-    void* pixels = CheckDataBytes(L, 5, needed);
-    if (needed > 0)
-        glGetTexImage(target, level, format, type, pixels);
-    return 0;
 }
 
 int GetTexLevelParameter(lua_State* L)
@@ -1512,8 +1506,8 @@ const luaL_Reg kFunctions[] = {
     {"GetString", LuaBoundary<GetString>},
     {"GetTexEnv", LuaBoundary<GetParam2<glGetTexEnvfv>>},
     {"GetTexGen", LuaBoundary<GetParam2<glGetTexGenfv>>},
-    {"GetTexImage", LuaBoundary<GetTexImage>},
-    {"GetTexImageRaw", LuaBoundary<GetTexImageRaw>},
+    {"GetTexImage", LuaBoundary<GetTexImageInto<false>>},
+    {"GetTexImageRaw", LuaBoundary<GetTexImageInto<true>>},
     {"GetTexLevelParameter", LuaBoundary<GetTexLevelParameter>},
     {"GetTexParameter", LuaBoundary<GetParam2<glGetTexParameterfv>>},
     {"Hint", LuaBoundary<Call<glHint, E, E>>},

@@ -42,9 +42,4 @@ void LuaOS_OpenGLView::EndOpenGL()
         OS_OpenGLView::EndOpenGL();
 }
 
-void LuaOS_OpenGLView::EnableHiDPIBackBuffer()
-{
-    OS_OpenGLView::EnableHiDPIBackBuffer();
-}
-
 } // namespace vyrlua::ui

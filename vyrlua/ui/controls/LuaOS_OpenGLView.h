@@ -38,7 +38,6 @@ public:
     void DrawOpenGL() override;
     void PostDrawOpenGL() override;
     void EndOpenGL() override;
-    void EnableHiDPIBackBuffer() override;
 
 private:
     // Whether the function bound to `operation` handled it.
