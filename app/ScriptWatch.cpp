@@ -151,18 +151,32 @@ std::vector<std::string> DiskModules(lua_State* L)
 
 } // namespace
 
-ScriptWatch::Stamp ScriptWatch::StampOf(const std::string& path)
+namespace {
+
+int64_t TimeOf(const std::string& path)
 {
     std::error_code ec;
     auto time = std::filesystem::last_write_time(path, ec);
-    if (ec)
+    return ec ? -1 : static_cast<int64_t>(time.time_since_epoch().count());
+}
+
+size_t ContentHashOf(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return std::hash<std::string>{}(content);
+}
+
+} // namespace
+
+ScriptWatch::Stamp ScriptWatch::StampOf(const std::string& path)
+{
+    int64_t time = TimeOf(path);
+    if (time == -1)
         return {};
     // The content too: where file times are coarse, two saves in one tick
     // differ only there.
-    std::ifstream in(path, std::ios::binary);
-    std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    return {static_cast<int64_t>(time.time_since_epoch().count()),
-            std::hash<std::string>{}(content)};
+    return {time, ContentHashOf(path)};
 }
 
 void ScriptWatch::Prepare(lua_State* L, const std::string& script)
@@ -219,8 +233,10 @@ void ScriptWatch::WaitUntilSettled() const
 
 bool ScriptWatch::Changed() const
 {
+    // A new time is a change without reading the file.
     for (const auto& [path, stamp] : mFiles) {
-        if (!(StampOf(path) == stamp))
+        int64_t time = TimeOf(path);
+        if (time != stamp.time || (time != -1 && ContentHashOf(path) != stamp.content))
             return true;
     }
     return false;
