@@ -57,6 +57,13 @@ cairo_surface_t* WrapImage(const ImageInterface& image)
                                                image.GetStride());
 }
 
+// Throws when `cr` is in its error state.
+void ThrowIfFailed(cairo_t* cr)
+{
+    if (cairo_status_t status = cairo_status(cr); status != CAIRO_STATUS_SUCCESS)
+        throw std::runtime_error(std::string("drawing failed: ") + cairo_status_to_string(status));
+}
+
 void SetColor(cairo_t* cr, const ColorRGBA& c)
 {
     cairo_set_source_rgba(cr, c.red, c.green, c.blue, c.alpha);
@@ -119,12 +126,7 @@ public:
 
     cairo_t* Cr() const { return mCr; }
     // Throws when the text could not be drawn.
-    void Check() const
-    {
-        if (cairo_status_t status = cairo_status(mCr); status != CAIRO_STATUS_SUCCESS)
-            throw std::runtime_error(std::string("drawing failed: ") +
-                                     cairo_status_to_string(status));
-    }
+    void Check() const { ThrowIfFailed(mCr); }
 
 private:
     cairo_t* mSurfaceCr;
@@ -168,16 +170,13 @@ void CairoSurface::CheckStatus() const
 {
     // The checks before each call keep Cairo out of its error state; if it
     // got there anyway, the surface draws nothing more, so say so.
-    if (cairo_status_t status = cairo_status(mCr); status != CAIRO_STATUS_SUCCESS)
-        throw std::runtime_error(std::string("drawing failed: ") + cairo_status_to_string(status));
+    ThrowIfFailed(mCr);
 }
 
 void CairoSurface::SetSourceColor(const ColorRGBA& c)
 {
     SetColor(mCr, c);
 }
-
-
 
 void CairoSurface::PushState()
 {

@@ -303,7 +303,7 @@ UI_Dialog::ModalLoop UI_Dialog::SetModalLoop(ModalLoop loop)
     return std::exchange(InstalledModalLoop(), std::move(loop));
 }
 
-void UI_Dialog::Listen(controls::UI_ControlView& button, int result)
+void UI_Dialog::SetButtonResult(controls::UI_ControlView& button, int result)
 {
     for (ResultButton& entry : mResults) {
         if (entry.button.Refers(&button)) {
@@ -335,39 +335,41 @@ void UI_Dialog::ButtonClicked(const UI_Node* button)
     }
 }
 
-void UI_Dialog::SetButtonResult(controls::UI_ControlView& button, int result)
-{
-    Listen(button, result);
-}
-
 void UI_Dialog::SetDefaultButton(controls::UI_ControlView* button, int result)
 {
     mDefault.Reset(button);
     if (button)
-        Listen(*button, result);
+        SetButtonResult(*button, result);
 }
 
 void UI_Dialog::SetCancelButton(controls::UI_ControlView* button, int result)
 {
     mCancel.Reset(button);
     if (button) {
-        Listen(*button, result);
+        SetButtonResult(*button, result);
         mCancelResult = result;
     }
 }
 
-boost::intrusive_ptr<controls::UI_ControlView> UI_Dialog::GetDefaultButton() const
+namespace {
+
+boost::intrusive_ptr<controls::UI_ControlView> ButtonOf(const vyrcore::utility::WeakPtr<UI_Node>& weak)
 {
-    UI_Node::Ptr button = mDefault.Lock();
+    UI_Node::Ptr button = weak.Lock();
     return boost::intrusive_ptr<controls::UI_ControlView>(
         static_cast<controls::UI_ControlView*>(button.get()));
 }
 
+} // namespace
+
+boost::intrusive_ptr<controls::UI_ControlView> UI_Dialog::GetDefaultButton() const
+{
+    return ButtonOf(mDefault);
+}
+
 boost::intrusive_ptr<controls::UI_ControlView> UI_Dialog::GetCancelButton() const
 {
-    UI_Node::Ptr button = mCancel.Lock();
-    return boost::intrusive_ptr<controls::UI_ControlView>(
-        static_cast<controls::UI_ControlView*>(button.get()));
+    return ButtonOf(mCancel);
 }
 
 namespace {

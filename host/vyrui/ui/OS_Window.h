@@ -176,7 +176,6 @@ private:
         vyrcore::utility::WeakPtr<UI_Node> button;
         int result = 0;
     };
-    void Listen(controls::UI_ControlView& button, int result);
     void ButtonClicked(const UI_Node* button);
     void FinishRun();
 

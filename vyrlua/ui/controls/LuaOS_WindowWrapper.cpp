@@ -1,7 +1,6 @@
 #include "vyrlua/ui/controls/LuaOS_WindowWrapper.h"
 
 #include "vyrlua/ui/LuaWrapperMethods.h"
-#include "vyrlua/utility/LuaBoundary.h"
 #include "vyrui/controls/UI_ControlView.h"
 
 namespace vyrlua::ui {
@@ -13,24 +12,7 @@ using vyrui::ui::UI_Node;
 
 namespace {
 
-// SetOwner(window or nil): nil (or a released window) clears the owner.
-int SetOwnerBody(lua_State* L)
-{
-    if (SelfAs<OS_Window>(L) == nullptr)
-        return 0;
-    OS_Window* owner = nullptr;
-    if (!lua_isnoneornil(L, 2)) {
-        owner = dynamic_cast<OS_Window*>(NodeAt(L, 2));
-        if (owner == nullptr && NodeAt(L, 2) != nullptr)
-            utility::ThrowArgError(2, "window expected");
-    }
-    OS_Window* self = SelfAs<OS_Window>(L);
-    NodePtr held(self);
-    self->SetOwner(owner);
-    return 0;
-}
-
-// A button argument that may be nil (clearing a role).
+// A node argument that may be nil (clearing an owner or a role).
 struct OptNode {
     using Raw = int; // its stack index, 0 for nil
     static constexpr const char* kLuaType = "vyrUINode?";
@@ -43,6 +25,15 @@ struct OptNode {
     }
     static UI_Node* ToHost(lua_State* L, int i) { return i ? NodeAt(L, i) : nullptr; }
 };
+
+// SetOwner(window or nil): nil (or a released window) clears the owner.
+void SetOwner(OS_Window& window, UI_Node* owner)
+{
+    auto* ownerWindow = dynamic_cast<OS_Window*>(owner);
+    if (owner != nullptr && ownerWindow == nullptr)
+        utility::ThrowArgError(2, "window expected");
+    window.SetOwner(ownerWindow);
+}
 
 UI_ControlView* ControlOrNull(UI_Node* node, const char* method)
 {
@@ -86,7 +77,7 @@ const luaL_Reg LuaOS_WindowWrapper::methods[] = {
     {"UI_SetGlobalStructureRect", Method<OS_Window, &OS_Window::UI_SetGlobalStructureRect, Rect>},
     {"UI_GetGlobalStructureRect", Method<OS_Window, &OS_Window::UI_GetGlobalStructureRect>},
     {"GetRecommendedScaleFactor", Method<OS_Window, &OS_Window::GetRecommendedScaleFactor>},
-    {"SetOwner", utility::LuaBoundary<SetOwnerBody>},
+    {"SetOwner", Method<OS_Window, &SetOwner, OptNode>},
     {"UI_Activate", Method<OS_Window, &OS_Window::UI_Activate>},
     {nullptr, nullptr},
 };
