@@ -40,5 +40,10 @@ for config in "${configs[@]}"; do
   LSAN_OPTIONS="suppressions=$PWD/tests/lsan-suppressions.txt:print_suppressions=0" \
   UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --test-dir "$dir" --output-on-failure -j "$jobs" --timeout 600
+  # Tests are kept under a minute each; the slowest show here so that drift
+  # is seen before a busy machine turns it into a time-out.
+  echo "== $config: slowest tests (s)"
+  awk '/^---/ { exit } NF == 3 { printf "%8.1f  %s\n", $3, $1 }' \
+    "$dir/Testing/Temporary/CTestCostData.txt" | sort -rn | head -n 5 || true
   echo "== $config: done in $((SECONDS - start)) s"
 done

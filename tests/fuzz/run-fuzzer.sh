@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Runs the fuzzer for a bounded time on a scratch copy of the seed corpus, so
-# the committed seeds stay as they are. Usage: run-fuzzer.sh FUZZER SEEDS WORK SECONDS
+# the committed seeds stay as they are.
+# Usage: run-fuzzer.sh FUZZER SEEDS WORK SECONDS [SEED]
 set -uo pipefail
-fuzzer=$1 seeds=$2 work=$3 seconds=$4
+fuzzer=$1 seeds=$2 work=$3 seconds=$4 seed=${5:-0}
 rm -rf "$work"
 mkdir -p "$work/corpus" "$work/artifacts"
 cp "$seeds"/* "$work/corpus/"
 start=$SECONDS
-"$fuzzer" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=6144 -max_len=512 \
+"$fuzzer" -seed="$seed" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=6144 -max_len=512 \
   -print_final_stats=1 -artifact_prefix="$work/artifacts/" "$work/corpus" >"$work/log" 2>&1
 status=$?
 grep -E '^(fuzzer:|#[0-9]+ +(INITED|DONE)|Done|stat::number_of_executed_units|stat::peak_rss)' "$work/log"

@@ -30,7 +30,7 @@ namespace {
 using vyrtest::ApiExerciser;
 using vyrtest::Inventory;
 
-constexpr int kShards = 4;
+constexpr int kShards = 16;
 // Faults are listed in full up to this many; the rest are counted.
 constexpr size_t kFaultsShown = 40;
 
@@ -167,8 +167,10 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
     AdoptHandlerArguments(exerciser);
     exerciser.DiscoverInstances();
     const size_t discoveryCalls = exerciser.CallsMade();
+    const double discoverySeconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 
-    std::vector<std::string> faults;
+    std::vector<std::string> faults = exerciser.DiscoveryFaults();
     size_t swept = 0, functions = 0, methods = 0, validBaselines = 0, baselines = 0, twisted = 0;
     for (size_t i = 0; i < inventory.callables.size(); ++i) {
         if (static_cast<int>(i % kShards) != shard)
@@ -218,12 +220,12 @@ TEST_P(ApiSweep, EveryCallSurvivesAdversarialArguments)
                 "%zu kinds with instances of %zu metatables; %zu of %zu baselines valid; "
                 "%zu calls (%zu finding arguments, %zu from coroutines or under hostile "
                 "finalizers); %zu numeric positions checked for wrapping; "
-                "%zu host error reports; %zu faults; %.1f s\n",
+                "%zu host error reports; %zu faults; %.1f s (%.1f s finding arguments)\n",
                 shard + 1, kShards, swept, functions, methods, inventory.callables.size(),
                 exerciser.KindsWithInstances().size(), inventory.metatables.size(),
                 validBaselines, baselines, exerciser.CallsMade(), discoveryCalls, twisted, wrapChecks,
                 reported,
-                faults.size(), seconds);
+                faults.size(), seconds, discoverySeconds);
     // Kinds with no object of their own: base wrapper classes whose methods
     // every subclass carries, message and module tables. Any other kind
     // needs a constructor the sweep can find, or its methods never run on

@@ -249,9 +249,18 @@ TEST_F(AllocationFailure, StartupFailsCleanlyAtEveryAllocation)
 
 // Every registered function whose valid call the sweep finds, with each of
 // its growing allocations failing in turn. Each function's failures run in a
-// child process, so a leak is pinned on the function that caused it.
-TEST_F(AllocationFailure, EveryValidCallFailsCleanlyAtEveryAllocation)
+// child process, so a leak is pinned on the function that caused it. The
+// functions are dealt round shards that ctest runs side by side: visiting
+// every failure point of every function is minutes of work under the
+// sanitizers, too long for one test.
+constexpr int kAllocationShards = 16;
+
+class AllocationFailureShard : public AllocationFailure,
+                               public ::testing::WithParamInterface<int> {};
+
+TEST_P(AllocationFailureShard, EveryValidCallFailsCleanlyAtEveryAllocation)
 {
+    const int shard = GetParam();
     auto runtime = MakeRuntime();
     if (!runtime)
         GTEST_SKIP() << kNoCustomAllocator;
@@ -265,7 +274,7 @@ TEST_F(AllocationFailure, EveryValidCallFailsCleanlyAtEveryAllocation)
 
     size_t points = 0, callables = 0, failing = 0;
     const auto& all = SharedInventory().callables;
-    for (size_t i = 0; i < all.size(); ++i) {
+    for (size_t i = shard; i < all.size(); i += kAllocationShards) {
         int arity = -1;
         for (int n = 1; n <= 4 && arity < 0; ++n)
             if (exerciser.BaselineSucceeds(i, n))
@@ -325,9 +334,12 @@ TEST_F(AllocationFailure, EveryValidCallFailsCleanlyAtEveryAllocation)
         }
         failing += failed;
     }
-    std::printf("allocation failure: %zu callables, %zu failure points tried, %zu failing\n",
-                callables, points, failing);
+    std::printf("allocation failure, shard %d/%d: %zu callables, %zu failure points tried, "
+                "%zu failing\n",
+                shard + 1, kAllocationShards, callables, points, failing);
 }
+
+INSTANTIATE_TEST_SUITE_P(Shards, AllocationFailureShard, ::testing::Range(0, kAllocationShards));
 
 // A script as a person writes one (a window, a node with a handler and a
 // timer, text work, an offscreen surface), then the host firing its timers,

@@ -725,6 +725,12 @@ std::optional<size_t> ApiExerciser::Variant(const std::string& metatable, unsign
 
 void ApiExerciser::DiscoverInstances(int rounds)
 {
+    // Finding arguments is most of the calls a sweep makes. A full collection
+    // after each of them is most of their cost, so here it runs once per
+    // callable instead; every call still gets the rest of the state check,
+    // and the calls the sweep then makes with what was found collect each.
+    const bool collectEachCall = mCollectEachCall;
+    mCollectEachCall = false;
     for (int round = 0; round < rounds; ++round) {
         const size_t kindsBefore = mInstances.size();
         // Module functions first: they hold the constructors.
@@ -738,11 +744,15 @@ void ApiExerciser::DiscoverInstances(int rounds)
                     mBaselines.erase({i, arity});
                     Baseline(i, arity);
                 }
+                if (collectEachCall)
+                    if (std::string fault = HealthCheck(true); !fault.empty())
+                        mDiscoveryFaults.push_back(mInventory.callables[i].label + ": " + fault);
             }
         }
         if (mInstances.size() == kindsBefore)
             break;
     }
+    mCollectEachCall = collectEachCall;
     MakeVariants();
 }
 

@@ -108,6 +108,8 @@ public:
     // and then methods with candidate arguments, in rounds until no new kind
     // appears. Then released, collected and forged variants are made.
     void DiscoverInstances(int rounds = 3);
+    // What the state checks between the callables of DiscoverInstances found.
+    const std::vector<std::string>& DiscoveryFaults() const { return mDiscoveryFaults; }
     // Kinds (metatable names) that have an instance in the pool.
     std::vector<std::string> KindsWithInstances() const;
 
@@ -211,6 +213,7 @@ private:
     int mHooksRef = LUA_NOREF;
     Twist mTwist;
     std::vector<std::string> mFragile;
+    std::vector<std::string> mDiscoveryFaults;
     size_t mCalls = 0;
     class CallWatchdog* mWatchdog = nullptr;
     bool mCollectEachCall = true;
