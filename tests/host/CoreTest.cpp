@@ -5,6 +5,7 @@
 #include "vyrcore/string.h"
 
 #include <gtest/gtest.h>
+#include <unwind.h>
 
 #include <filesystem>
 #include <fstream>
@@ -85,6 +86,56 @@ TEST(ErrorServiceTest, ThrowErrorAndConversion)
                   []() -> int { throw std::runtime_error("converted"); }),
               1);
     EXPECT_EQ(reported, (std::vector<std::string>{"just report", "converted"}));
+    config::SetErrorSink(nullptr);
+}
+
+// What LuaJIT does to raise a Lua error: an exception of a class C++ does
+// not know, unwinding native frames.
+[[noreturn]] int RaiseForeignException()
+{
+    auto* exception = new _Unwind_Exception{};
+    exception->exception_class = 0x4C55414A49543200; // "LUAJIT\0"
+    exception->exception_cleanup = [](_Unwind_Reason_Code, _Unwind_Exception* e) { delete e; };
+    _Unwind_RaiseException(exception);
+    std::abort(); // no handler at all
+}
+
+// The converter runs Lua work; an error raised there belongs to the Lua call
+// further out, which must see it. Neither reported nor swallowed, whatever
+// cleans up on the way.
+TEST(ErrorServiceTest, ForeignExceptionsPassThroughTheConverter)
+{
+    std::vector<std::string> reported;
+    config::SetErrorSink([&](const std::string& m) { reported.push_back(m); });
+    bool cleanedUp = false;
+    bool reachedOuterHandler = false;
+    try {
+        config::ExecuteFunctionAndConvertException([&]() -> int {
+            try {
+                return RaiseForeignException();
+            } catch (...) {
+                cleanedUp = config::IsForeignException();
+                config::RethrowForeignException();
+                return 2;
+            }
+        });
+    } catch (...) {
+        reachedOuterHandler = config::IsForeignException();
+    }
+    EXPECT_TRUE(cleanedUp);
+    EXPECT_TRUE(reachedOuterHandler);
+    EXPECT_TRUE(reported.empty());
+    // A C++ exception is no foreign one: the converter still reports it.
+    EXPECT_EQ(config::ExecuteFunctionAndConvertException([]() -> int {
+                  try {
+                      throw 42;
+                  } catch (...) {
+                      config::RethrowForeignException();
+                      throw;
+                  }
+              }),
+              1);
+    EXPECT_EQ(reported, (std::vector<std::string>{"Unknown exception"}));
     config::SetErrorSink(nullptr);
 }
 

@@ -65,4 +65,37 @@ TEST_F(LuaTest, DispatchFromACoroutineKeepsTheRunningFrames)
               (std::vector<std::string>{"below", "true", "still alive", "2"}));
 }
 
+// A draw hook that updates its window and grows its view, with a size hook
+// that grows it again, recurses through the host without end. Under LuaJIT,
+// whose errors unwind native frames, the stack overflow was swallowed by a
+// catch-all on the way ("Unknown exception") and the process crashed. Each
+// chain of hooks ends with one clear Lua error, in every build, and the
+// script goes on.
+TEST_F(LuaTest, HooksRecursingThroughLayoutAndDrawingEndWithALuaError)
+{
+    EXPECT_EQ(Run(R"(
+        require 'vyrlua.vyrcontrols'
+        local win = vyrcontrols.NewWindow('w', vyrlua_CreateNewRectF32(0, 0, 200, 200))
+        local v = vyrcontrols.NewSubView('v', vyrlua_CreateNewRectF32(0, 0, 10, 10))
+        win:ChildPushBack(v) win:UI_Show(true)
+        local draws, sizes = 0, 0
+        v:BindVyrOperation('OnDraw', function(drawbot, view)
+            draws = draws + 1
+            local r = view:UI_GetLocalRectF()
+            view:UI_SetLocalRectF(vyrlua_CreateNewRectF32(0, 0, r.width + 1, r.height))
+            win:UI_UpdateNow()
+        end)
+        v:BindVyrOperation('OnSizeChanged', function(old, view)
+            sizes = sizes + 1
+            local r = view:UI_GetLocalRectF()
+            view:UI_SetLocalRectF(vyrlua_CreateNewRectF32(0, 0, r.width, r.height + 1))
+        end)
+        win:UI_UpdateNow()
+        return draws > 1 and sizes > draws, 'alive')"),
+              (std::vector<std::string>{"true", "alive"}));
+    ASSERT_FALSE(reportedErrors.empty());
+    for (const std::string& error : reportedErrors)
+        EXPECT_EQ(error.rfind("calls from the host into Lua nested too deeply", 0), 0u) << error;
+}
+
 } // namespace
