@@ -1,6 +1,7 @@
 #include "support/LuaFixture.h"
 
 #include "app/WindowRenderer.h"
+#include "vyrlua/gl/GLSupport.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_NodeManager.h"
@@ -141,6 +142,61 @@ TEST_F(OpenGLViewTest, ViewMatrixAndScaleFollowTheWindow)
     // view's left half stays black, its right centre is red.
     EXPECT_EQ(Pixel(*image, 2 * 20, 2 * 35), "0,0,0");
     EXPECT_EQ(Pixel(*image, 2 * 38, 2 * 35), "255,0,0");
+}
+
+TEST_F(OpenGLViewTest, ExecuteInViewContextDrawsIntoAFrameOfTheViewsSize)
+{
+    // Outside any frame: the view has not drawn yet.
+    EXPECT_EQ(Run(R"(
+        return view:executeInViewContext(function()
+            gl.ClearColor(1, 0, 0, 1) gl.Clear('COLOR_BUFFER_BIT')
+            local error = gl.GetError()
+            local x, y, w, h = gl.Get('VIEWPORT')
+            return error, w .. 'x' .. h, table.concat(gl.ReadPixels(39, 29, 1, 1, 'RGB', 'UNSIGNED_BYTE'), ',')
+        end))"),
+              (std::vector<std::string>{"0", "40x30", "255,0,0"}));
+}
+
+TEST_F(OpenGLViewTest, EndOpenGLRunsWithTheContextBeforeTheViewGoes)
+{
+    // A view that goes with its last reference, and the window's view when
+    // the window closes: each hook finds the texture it made still there.
+    Run(R"(
+        ended = {}
+        local function track(v, name)
+            local texture
+            v:bindGLOperation('initOpenGL', function() texture = gl.GenTextures(1)[1]
+                gl.BindTexture('TEXTURE_2D', texture) end)
+            v:bindGLOperation('endOpenGL', function()
+                ended[#ended + 1] = name .. ':' .. tostring(gl.IsTexture(texture))
+                gl.DeleteTextures({texture})
+            end)
+            v:executeInViewContext(function() end)
+        end
+        track(vyrcontrols.NewOpenGLView('gone', vyrlua_CreateNewRectF32(0, 0, 8, 8)), 'dropped')
+        collectgarbage() collectgarbage()
+        track(view, 'closed'))");
+    for (const auto& node : vyrui::ui::UI_NodeManager::Get(true)->GetWindows())
+        static_cast<vyrui::ui::OS_Window&>(*node).Close();
+    EXPECT_EQ(Eval("return table.concat(ended, ' ')"), "dropped:true closed:true");
+    EXPECT_TRUE(reportedErrors.empty());
+}
+
+TEST_F(OpenGLViewTest, ClientBuffersGoWithTheirView)
+{
+    const size_t before = vyrlua::gl::HeldClientBytes();
+    Run(R"(
+        views = {}
+        for i = 1, 3 do
+            local v = vyrcontrols.NewOpenGLView('v' .. i, vyrlua_CreateNewRectF32(0, 0, 8, 8))
+            v:executeInViewContext(function()
+                gl.SelectBuffer(1024) gl.FeedbackBuffer(1024, '2D') gl.VertexPointer(2, {0, 0, 1, 1})
+            end)
+            views[i] = v
+        end)");
+    EXPECT_EQ(vyrlua::gl::HeldClientBytes(), before + 3 * (4096 + 4096 + 16));
+    Run("views = nil collectgarbage() collectgarbage()");
+    EXPECT_EQ(vyrlua::gl::HeldClientBytes(), before);
 }
 
 } // namespace

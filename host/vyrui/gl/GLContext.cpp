@@ -9,8 +9,11 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <mutex>
 
 namespace vyrui::gl {
 
@@ -75,6 +78,19 @@ Display& TheDisplay()
     return display;
 }
 
+// The contexts alive, by their EGL context, and the client memory they hold.
+struct Registry {
+    std::mutex mutex;
+    std::map<EGLContext, GLContext*> contexts;
+    std::atomic<std::size_t> clientBytes{0};
+};
+
+Registry& Contexts()
+{
+    static Registry registry;
+    return registry;
+}
+
 } // namespace
 
 std::string GLContext::Unavailable()
@@ -94,10 +110,23 @@ GLContext::GLContext()
     mContext = eglCreateContext(d.display, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, attributes);
     if (mContext == EGL_NO_CONTEXT)
         throw HostException("OpenGL is not available: " + EGLErrorText("creating a context"));
+    try {
+        std::lock_guard lock(Contexts().mutex);
+        Contexts().contexts[mContext] = this;
+    } catch (...) {
+        eglDestroyContext(d.display, mContext);
+        throw;
+    }
 }
 
 GLContext::~GLContext()
 {
+    {
+        std::lock_guard lock(Contexts().mutex);
+        Contexts().contexts.erase(mContext);
+    }
+    for (const auto& [kind, block] : mClientMemory)
+        Contexts().clientBytes -= block.size();
     EGLDisplay display = TheDisplay().display;
     if (mFramebuffer != 0) {
         // Frame buffer objects belong to the context: delete them with it current.
@@ -120,6 +149,60 @@ void GLContext::MakeCurrent()
         throw HostException(EGLErrorText("making the OpenGL context current"));
     if (mFramebuffer != 0)
         glBindFramebuffer(GL_FRAMEBUFFER, mFramebuffer);
+}
+
+GLContext* GLContext::Current()
+{
+    EGLContext current = eglGetCurrentContext();
+    if (current == EGL_NO_CONTEXT)
+        return nullptr;
+    std::lock_guard lock(Contexts().mutex);
+    auto found = Contexts().contexts.find(current);
+    return found == Contexts().contexts.end() ? nullptr : found->second;
+}
+
+void* GLContext::SetClientMemory(unsigned kind, std::size_t bytes)
+{
+    std::vector<std::uint8_t> fresh(std::max<std::size_t>(bytes, 1));
+    std::vector<std::uint8_t>& block = mClientMemory[kind];
+    Contexts().clientBytes += fresh.size();
+    Contexts().clientBytes -= block.size();
+    block.swap(fresh);
+    return block.data();
+}
+
+void* GLContext::GetClientMemory(unsigned kind, std::size_t* bytes) const
+{
+    auto found = mClientMemory.find(kind);
+    if (found == mClientMemory.end()) {
+        *bytes = 0;
+        return nullptr;
+    }
+    *bytes = found->second.size();
+    return const_cast<std::uint8_t*>(found->second.data());
+}
+
+void GLContext::FreeClientMemory(unsigned kind)
+{
+    auto found = mClientMemory.find(kind);
+    if (found == mClientMemory.end())
+        return;
+    Contexts().clientBytes -= found->second.size();
+    mClientMemory.erase(found);
+}
+
+std::size_t GLContext::ClientMemorySizeAt(const void* pointer) const
+{
+    for (const auto& [kind, block] : mClientMemory) {
+        if (block.data() == pointer)
+            return block.size();
+    }
+    return 0;
+}
+
+std::size_t GLContext::HeldClientMemory()
+{
+    return Contexts().clientBytes;
 }
 
 bool GLContext::IsCurrent() const
