@@ -81,6 +81,18 @@ std::vector<HostAction> MakeActions()
                  if (auto* os = dynamic_cast<vyrui::ui::OS_Window*>(window.get()))
                      os->RenderToSurface();
          }},
+        {"resize a node and draw its window now",
+         [](exo::app::App&, unsigned pick) {
+             // Layout and draw hooks run nested: the hooks may do the same.
+             if (UI_Node::Ptr node = PickNode(pick)) {
+                 vyrcore::geom::RectF rect = node->UI_GetLocalRectF();
+                 rect.width = static_cast<float>(static_cast<int>(rect.width + 1 + pick % 7) % 512);
+                 rect.height = static_cast<float>(static_cast<int>(rect.height + pick % 5) % 512);
+                 node->UI_SetLocalRectF(rect);
+                 node->UI_Invalidate();
+                 node->UI_GetRootNode()->UI_UpdateNow();
+             }
+         }},
         {"destroy a node",
          [](exo::app::App&, unsigned pick) {
              if (UI_Node::Ptr node = PickNode(pick))
