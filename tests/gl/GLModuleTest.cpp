@@ -244,8 +244,7 @@ TEST_F(GLTest, SelectionBufferStaysWhileOpenGLWritesIt)
 TEST_F(GLTest, LeavingFeedbackModeGivesTheCountAndTheValues)
 {
     EXPECT_EQ(Run(R"(
-        gl.FeedbackBuffer(64, '2D')
-        gl.RenderMode('FEEDBACK')
+        gl.FeedbackBuffer(64, '2D') gl.RenderMode('FEEDBACK')
         gl.Begin('POINTS') gl.Vertex(0, 0) gl.Vertex(1, 1) gl.End()
         local count, values = gl.RenderMode('RENDER')
         return count, #values, values[1] == gl.POINT_TOKEN, values[2], values[6])"),

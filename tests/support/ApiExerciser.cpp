@@ -60,33 +60,25 @@ function hooks.garbage(raise)
 end
 function hooks.disarm() armed = false end
 -- Hooks that make the host call them again without end: bound as a node's
--- draw and size hooks, each grows the node (its size hook runs) and draws
--- its window now (its draw hook runs), until the host's nesting limit ends
--- the chain. A budget per start keeps the chains of one call short.
+-- draw and size hooks, each grows the node and draws its window now, until
+-- the host's nesting limit ends the chain (a budget keeps one call short).
 local recursing, budget = nil, 0
 local function recurseThrough(node)
   if type(node) ~= "userdata" or budget <= 0 then return false end
   budget = budget - 1
   return pcall(function()
     local r = node:UI_GetLocalRectF()
-    node:BindVyrOperation("OnDraw", recursing)
-    node:BindVyrOperation("OnSizeChanged", recursing)
+    node:BindVyrOperation("OnDraw", recursing) node:BindVyrOperation("OnSizeChanged", recursing)
     pcall(node.bindGLOperation, node, "draw", recursing)
-    node:UI_Invalidate()
-    node:UI_SetLocalRectF({ left = r.left, top = r.top, width = r.width % 64 + 1, height = r.height % 64 + 1 })
-    node:UI_UpdateNow()
+    node:UI_SetLocalRectF({ left = 0, top = 0, width = r.width % 64 + 1, height = r.height % 64 + 1 })
+    node:UI_Invalidate() node:UI_UpdateNow()
   end)
 end
 function recursing(...)
-  for i = select("#", ...), 1, -1 do
-    if recurseThrough((select(i, ...))) then return end
-  end
+  for i = select("#", ...), 1, -1 do if recurseThrough((select(i, ...))) then return end end
   recurseThrough(receiver[1])
 end
-local function startRecursing(...)
-  budget = 160
-  return recursing(...)
-end
+local function startRecursing(...) budget = 70 return recursing(...) end
 function hooks.inCoroutine(f, ...)
   local results = { coroutine.resume(coroutine.create(f), ...) }
   if not results[1] then error(results[2], 0) end

@@ -81,14 +81,11 @@ std::vector<HostAction> MakeActions()
                  if (auto* os = dynamic_cast<vyrui::ui::OS_Window*>(window.get()))
                      os->RenderToSurface();
          }},
-        {"resize a node and draw its window now",
+        {"resize a node and draw its window now", // layout and draw hooks nest
          [](exo::app::App&, unsigned pick) {
-             // Layout and draw hooks run nested: the hooks may do the same.
              if (UI_Node::Ptr node = PickNode(pick)) {
-                 vyrcore::geom::RectF rect = node->UI_GetLocalRectF();
-                 rect.width = static_cast<float>(static_cast<int>(rect.width + 1 + pick % 7) % 512);
-                 rect.height = static_cast<float>(static_cast<int>(rect.height + pick % 5) % 512);
-                 node->UI_SetLocalRectF(rect);
+                 const float side = static_cast<float>(pick % 97);
+                 node->UI_SetLocalRectF({0, 0, side, side / 2});
                  node->UI_Invalidate();
                  node->UI_GetRootNode()->UI_UpdateNow();
              }
