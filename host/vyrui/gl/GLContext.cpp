@@ -14,6 +14,8 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <new>
+#include <sys/mman.h>
 
 namespace vyrui::gl {
 
@@ -126,7 +128,7 @@ GLContext::~GLContext()
         Contexts().contexts.erase(mContext);
     }
     for (const auto& [kind, block] : mClientMemory)
-        Contexts().clientBytes -= block.size();
+        Contexts().clientBytes -= block.get_deleter().size;
     EGLDisplay display = TheDisplay().display;
     if (mFramebuffer != 0) {
         // Frame buffer objects belong to the context: delete them with it current.
@@ -161,25 +163,31 @@ GLContext* GLContext::Current()
     return found == Contexts().contexts.end() ? nullptr : found->second;
 }
 
+void GLContext::Unmap::operator()(std::uint8_t* block) const noexcept
+{
+    munmap(block, size);
+}
+
 void* GLContext::SetClientMemory(unsigned kind, std::size_t bytes)
 {
-    std::vector<std::uint8_t> fresh(std::max<std::size_t>(bytes, 1));
-    std::vector<std::uint8_t>& block = mClientMemory[kind];
-    Contexts().clientBytes += fresh.size();
-    Contexts().clientBytes -= block.size();
-    block.swap(fresh);
-    return block.data();
+    bytes = std::max<std::size_t>(bytes, 1);
+    // Zeroed, and at a new address: OpenGL may still hold the old one.
+    void* mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED)
+        throw std::bad_alloc();
+    std::unique_ptr<std::uint8_t, Unmap> fresh(static_cast<std::uint8_t*>(mapped), Unmap{bytes});
+    auto& block = mClientMemory[kind];
+    Contexts().clientBytes += bytes;
+    Contexts().clientBytes -= block.get_deleter().size;
+    block = std::move(fresh);
+    return block.get();
 }
 
 void* GLContext::GetClientMemory(unsigned kind, std::size_t* bytes) const
 {
     auto found = mClientMemory.find(kind);
-    if (found == mClientMemory.end()) {
-        *bytes = 0;
-        return nullptr;
-    }
-    *bytes = found->second.size();
-    return const_cast<std::uint8_t*>(found->second.data());
+    *bytes = found == mClientMemory.end() ? 0 : found->second.get_deleter().size;
+    return found == mClientMemory.end() ? nullptr : found->second.get();
 }
 
 void GLContext::FreeClientMemory(unsigned kind)
@@ -187,15 +195,15 @@ void GLContext::FreeClientMemory(unsigned kind)
     auto found = mClientMemory.find(kind);
     if (found == mClientMemory.end())
         return;
-    Contexts().clientBytes -= found->second.size();
+    Contexts().clientBytes -= found->second.get_deleter().size;
     mClientMemory.erase(found);
 }
 
 std::size_t GLContext::ClientMemorySizeAt(const void* pointer) const
 {
     for (const auto& [kind, block] : mClientMemory) {
-        if (block.data() == pointer)
-            return block.size();
+        if (block.get() == pointer)
+            return block.get_deleter().size;
     }
     return 0;
 }

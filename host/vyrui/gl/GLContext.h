@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -66,7 +67,13 @@ public:
 private:
     void DeleteFramebuffer();
 
-    std::map<unsigned, std::vector<std::uint8_t>> mClientMemory;
+    // Mapped from the system, so that a freed block goes back at once: the
+    // C allocator keeps large freed blocks once it has seen a few.
+    struct Unmap {
+        std::size_t size = 0;
+        void operator()(std::uint8_t* block) const noexcept;
+    };
+    std::map<unsigned, std::unique_ptr<std::uint8_t, Unmap>> mClientMemory;
 
     void* mContext = nullptr;
     unsigned mFramebuffer = 0;
