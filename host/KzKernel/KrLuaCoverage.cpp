@@ -7,6 +7,7 @@
 #include "KzKernel/KzKernel.h"
 
 #include <cstdio>
+#include <exception>
 #include <cstring>
 #include <map>
 #include <set>
@@ -33,12 +34,14 @@ bool FirstEntry(const char* source, int linedefined) noexcept
 {
     try {
         return Data().functionsSeen.emplace(source, linedefined).second;
-    } catch (...) {
+    } catch (const std::exception&) {
         return false;
     }
 }
 
-void RecordLines(lua_State* L, const char* source, int table) noexcept
+// Not noexcept: a Lua error raised by lua_next (a LuaJIT one unwinds as an
+// exception) must reach the protected call around it.
+void RecordLines(lua_State* L, const char* source, int table)
 {
     try {
         auto& lines = Data().counts[source];
@@ -48,7 +51,7 @@ void RecordLines(lua_State* L, const char* source, int table) noexcept
             if (lua_type(L, -1) == LUA_TNUMBER)
                 lines.emplace(static_cast<int>(lua_tointeger(L, -1)), 0);
         }
-    } catch (...) {
+    } catch (const std::exception&) {
         Data().running = false;
     }
 }
@@ -68,7 +71,7 @@ void CountLine(const char* source, int line) noexcept
 {
     try {
         ++Data().counts[source][line];
-    } catch (...) {
+    } catch (const std::exception&) {
         Data().running = false;
     }
 }

@@ -77,6 +77,12 @@ public:
     }
     void ReleaseUseCount() const noexcept
     {
+        if (mBlock->useCount.fetch_sub(1, std::memory_order_acq_rel) != 1)
+            return;
+        // Back to one use for the hook, so that what it runs may hold and
+        // drop the object again.
+        mBlock->useCount.store(1, std::memory_order_relaxed);
+        const_cast<RefCountedObjectWithWeakPtr*>(this)->OnLastUse();
         if (mBlock->useCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
             delete this;
     }
@@ -85,6 +91,12 @@ public:
     detail::WeakControlBlock* WeakBlock() const noexcept { return mBlock; }
 
 protected:
+    // When the last use goes, before the object is deleted: the object is
+    // still whole (virtual calls reach the most derived class, as they do not
+    // from a base class destructor). A use taken here and still held on
+    // return keeps the object alive; the hook runs again when that one goes.
+    virtual void OnLastUse() noexcept {}
+
     RefCountedObjectWithWeakPtr() : mBlock(new detail::WeakControlBlock) {}
     RefCountedObjectWithWeakPtr(const RefCountedObjectWithWeakPtr&)
         : mBlock(new detail::WeakControlBlock)

@@ -2,6 +2,7 @@
 
 #include "vyrcore/string.h"
 
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <mutex>
@@ -76,9 +77,23 @@ int ExecuteFunctionAndConvertException(const std::function<int()>& fn)
     } catch (const std::exception& e) {
         ReportError(e.what());
     } catch (...) {
+        RethrowForeignException();
         ReportError("Unknown exception");
     }
     return 1;
+}
+
+bool IsForeignException() noexcept
+{
+    // The C++ runtime gives no exception_ptr for an exception it did not
+    // throw; inside a handler, a C++ exception always has one.
+    return !std::current_exception();
+}
+
+void RethrowForeignException()
+{
+    if (IsForeignException())
+        throw;
 }
 
 Localizer& Localizer::Get()

@@ -3,6 +3,8 @@
 // the localiser.
 #pragma once
 
+#include "vyrcore/ForeignException.h"
+
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -36,7 +38,8 @@ void ThrowError(int level, const char* message, int code, int flags, bool hasTex
 // through the error service.
 [[noreturn]] void DoSimpleAssert(const char* source, int line, const char* function);
 
-// Runs `fn`; returns its result, or 1 after reporting any exception it threw.
+// Runs `fn`; returns its result, or 1 after reporting any C++ exception it
+// threw. A foreign exception goes on (vyrcore/ForeignException.h).
 int ExecuteFunctionAndConvertException(const std::function<int()>& fn);
 
 // Turns keys of the form "$$$/path/Key=Default text" into display text.

@@ -241,6 +241,16 @@ TEST_F(GLTest, SelectionBufferStaysWhileOpenGLWritesIt)
               (std::vector<std::string>{"1", "1", "7", "FreeSelectBuffer: not while in selection mode"}));
 }
 
+TEST_F(GLTest, LeavingFeedbackModeGivesTheCountAndTheValues)
+{
+    EXPECT_EQ(Run(R"(
+        gl.FeedbackBuffer(64, '2D') gl.RenderMode('FEEDBACK')
+        gl.Begin('POINTS') gl.Vertex(0, 0) gl.Vertex(1, 1) gl.End()
+        local count, values = gl.RenderMode('RENDER')
+        return count, #values, values[1] == gl.POINT_TOKEN, values[2], values[6])"),
+              (std::vector<std::string>{"6", "6", "true", "16", "32"}));
+}
+
 TEST_F(GLTest, CallsWithoutACurrentContextAreRefused)
 {
     vyrui::gl::ClearCurrentContext();

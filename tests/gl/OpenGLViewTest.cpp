@@ -1,6 +1,7 @@
 #include "support/LuaFixture.h"
 
 #include "app/WindowRenderer.h"
+#include "vyrlua/gl/GLSupport.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 #include "vyrui/ui/OS_Window.h"
 #include "vyrui/ui/UI_NodeManager.h"
@@ -141,6 +142,43 @@ TEST_F(OpenGLViewTest, ViewMatrixAndScaleFollowTheWindow)
     // view's left half stays black, its right centre is red.
     EXPECT_EQ(Pixel(*image, 2 * 20, 2 * 35), "0,0,0");
     EXPECT_EQ(Pixel(*image, 2 * 38, 2 * 35), "255,0,0");
+}
+
+TEST_F(OpenGLViewTest, ExecuteInViewContextDrawsIntoAFrameOfTheViewsSize)
+{
+    // Before the view ever drew: outside any frame.
+    EXPECT_EQ(Run(R"(return view:executeInViewContext(function()
+            gl.ClearColor(1, 0, 0, 1) gl.Clear('COLOR_BUFFER_BIT')
+            local _, _, w, h = gl.Get('VIEWPORT')
+            return gl.GetError(), w .. 'x' .. h, gl.ReadPixels(39, 29, 1, 1, 'RGB')[1] end))"),
+              (std::vector<std::string>{"0", "40x30", "1"}));
+}
+
+// A view dropped by its last reference, then the window's view as the
+// window closes: each "endOpenGL" finds its texture and can free it. Client
+// buffers go with the contexts.
+TEST_F(OpenGLViewTest, ContextsEndWhileTheirViewsAreWhole)
+{
+    const size_t held = vyrlua::gl::HeldClientBytes();
+    Run(R"(
+        ended = {}
+        function track(v, name)
+            local texture
+            v:bindGLOperation('initOpenGL', function() texture = gl.GenTextures(1)[1]
+                gl.BindTexture('TEXTURE_2D', texture) end)
+            v:bindGLOperation('endOpenGL', function()
+                ended[#ended + 1] = name .. ':' .. tostring(gl.IsTexture(texture)) end)
+            v:executeInViewContext(function() gl.SelectBuffer(1024) gl.VertexPointer(2, {0, 0}) end)
+        end
+        track(vyrcontrols.NewOpenGLView('gone'), 'dropped')
+        collectgarbage() collectgarbage()
+        track(view, 'closed'))");
+    EXPECT_EQ(vyrlua::gl::HeldClientBytes(), held + 4096 + 8);
+    for (const auto& node : vyrui::ui::UI_NodeManager::Get(true)->GetWindows())
+        static_cast<vyrui::ui::OS_Window&>(*node).Close();
+    EXPECT_EQ(Eval("return table.concat(ended, ' ')"), "dropped:true closed:true");
+    EXPECT_EQ(vyrlua::gl::HeldClientBytes(), held);
+    EXPECT_TRUE(reportedErrors.empty());
 }
 
 } // namespace

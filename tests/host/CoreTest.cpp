@@ -5,6 +5,7 @@
 #include "vyrcore/string.h"
 
 #include <gtest/gtest.h>
+#include <unwind.h>
 
 #include <filesystem>
 #include <fstream>
@@ -85,6 +86,27 @@ TEST(ErrorServiceTest, ThrowErrorAndConversion)
                   []() -> int { throw std::runtime_error("converted"); }),
               1);
     EXPECT_EQ(reported, (std::vector<std::string>{"just report", "converted"}));
+    config::SetErrorSink(nullptr);
+}
+
+// A foreign exception, as LuaJIT raises a Lua error, belongs to the Lua call
+// further out: the converter neither reports nor swallows it.
+TEST(ErrorServiceTest, ForeignExceptionsPassThroughTheConverter)
+{
+    bool reported = false, passed = false;
+    config::SetErrorSink([&](const std::string&) { reported = true; });
+    try {
+        config::ExecuteFunctionAndConvertException([]() -> int {
+            auto* e = new _Unwind_Exception{};
+            e->exception_class = 0x4C55414A49543200; // "LUAJIT\0"
+            e->exception_cleanup = [](_Unwind_Reason_Code, _Unwind_Exception* x) { delete x; };
+            _Unwind_RaiseException(e);
+            std::abort();
+        });
+    } catch (...) {
+        passed = config::IsForeignException();
+    }
+    EXPECT_TRUE(passed && !reported);
     config::SetErrorSink(nullptr);
 }
 

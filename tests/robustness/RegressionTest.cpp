@@ -65,4 +65,26 @@ TEST_F(LuaTest, DispatchFromACoroutineKeepsTheRunningFrames)
               (std::vector<std::string>{"below", "true", "still alive", "2"}));
 }
 
+// A draw hook that updates its window and grows its view, with a size hook
+// that grows it again: under LuaJIT the stack overflow was swallowed on the
+// way ("Unknown exception") and the process crashed. Each chain ends with
+// one clear Lua error, in both builds, and the script goes on.
+TEST_F(LuaTest, HooksRecursingThroughLayoutAndDrawingEndWithALuaError)
+{
+    EXPECT_EQ(Eval(R"(
+        require 'vyrlua.vyrcontrols'
+        local win = vyrcontrols.NewWindow('w', vyrlua_CreateNewRectF32(0, 0, 200, 200))
+        local v = vyrcontrols.NewSubView('v', vyrlua_CreateNewRectF32(0, 0, 10, 10))
+        win:ChildPushBack(v) win:UI_Show(true)
+        local function grow(dw, dh) local r = v:UI_GetLocalRectF()
+            v:UI_SetLocalRectF(vyrlua_CreateNewRectF32(0, 0, r.width + dw, r.height + dh)) end
+        v:BindVyrOperation('OnDraw', function() grow(1, 0) win:UI_UpdateNow() end)
+        v:BindVyrOperation('OnSizeChanged', function() grow(0, 1) end)
+        win:UI_UpdateNow()
+        return 'alive')"), "alive");
+    ASSERT_FALSE(reportedErrors.empty());
+    for (const std::string& error : reportedErrors)
+        EXPECT_EQ(error.rfind("calls from the host into Lua nested too deeply", 0), 0u) << error;
+}
+
 } // namespace

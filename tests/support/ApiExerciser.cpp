@@ -59,6 +59,26 @@ function hooks.garbage(raise)
   end
 end
 function hooks.disarm() armed = false end
+-- Hooks that make the host call them again without end: bound as a node's
+-- draw and size hooks, each grows the node and draws its window now, until
+-- the host's nesting limit ends the chain (a budget keeps one call short).
+local recursing, budget = nil, 0
+local function recurseThrough(node)
+  if type(node) ~= "userdata" or budget <= 0 then return false end
+  budget = budget - 1
+  return pcall(function()
+    local r = node:UI_GetLocalRectF()
+    node:BindVyrOperation("OnDraw", recursing) node:BindVyrOperation("OnSizeChanged", recursing)
+    pcall(node.bindGLOperation, node, "draw", recursing)
+    node:UI_SetLocalRectF({ left = 0, top = 0, width = r.width % 64 + 1, height = r.height % 64 + 1 })
+    node:UI_Invalidate() node:UI_UpdateNow()
+  end)
+end
+function recursing(...)
+  for i = select("#", ...), 1, -1 do if recurseThrough((select(i, ...))) then return end end
+  recurseThrough(receiver[1])
+end
+local function startRecursing(...) budget = 70 return recursing(...) end
 function hooks.inCoroutine(f, ...)
   local results = { coroutine.resume(coroutine.create(f), ...) }
   if not results[1] then error(results[2], 0) end
@@ -124,6 +144,8 @@ h("table collecting", setmetatable({}, { __index = function() collectgarbage() r
 h("table releasing and collecting", setmetatable({}, {
   __index = function() releaseReceiver() collectgarbage() return 1 end }))
 h("function releasing the receiver", function() releaseReceiver() collectgarbage() return true end)
+h("function recursing through the host", startRecursing)
+h("table recursing through the host", setmetatable({}, { __index = function() startRecursing() return 1 end }))
 
 c("1", 1) c("'hello'", "hello")
 c("rect", { left = 1, top = 2, width = 30, height = 20 }) c("point", { x = 3, y = 4 })

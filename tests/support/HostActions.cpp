@@ -81,6 +81,15 @@ std::vector<HostAction> MakeActions()
                  if (auto* os = dynamic_cast<vyrui::ui::OS_Window*>(window.get()))
                      os->RenderToSurface();
          }},
+        {"resize a node and draw its window now", // layout and draw hooks nest
+         [](exo::app::App&, unsigned pick) {
+             if (UI_Node::Ptr node = PickNode(pick)) {
+                 const float side = static_cast<float>(pick % 97);
+                 node->UI_SetLocalRectF({0, 0, side, side / 2});
+                 node->UI_Invalidate();
+                 node->UI_GetRootNode()->UI_UpdateNow();
+             }
+         }},
         {"destroy a node",
          [](exo::app::App&, unsigned pick) {
              if (UI_Node::Ptr node = PickNode(pick))

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -88,11 +87,24 @@ GLenum OptEnum(lua_State* L, int narg, GLenum def)
     return lua_isnoneornil(L, narg) ? def : CheckEnum(L, narg);
 }
 
-void RequireContext()
+namespace {
+
+// Every context this module draws into is the host's: its client memory
+// lives there.
+vyrui::gl::GLContext& CurrentHostContext()
 {
-    if (vyrui::gl::CurrentContext() == nullptr)
+    vyrui::gl::GLContext* context = vyrui::gl::GLContext::Current();
+    if (context == nullptr)
         throw LuaError("no current OpenGL context (draw from an OpenGL view's hooks or "
                        "executeInViewContext)");
+    return *context;
+}
+
+} // namespace
+
+void RequireContext()
+{
+    CurrentHostContext();
 }
 
 GLfloat CheckFloat(lua_State* L, int narg)
@@ -392,21 +404,17 @@ TightPixelStore::~TightPixelStore()
 
 namespace {
 
-struct ClientBuffers {
-    std::map<std::pair<const void*, GLenum>, std::vector<std::uint8_t>> buffers;
-
-    struct Snapshot {
-        const void* context = nullptr;
-        bool inBegin = false;  // between gl.Begin and gl.End on `context`
-        bool valid = false;
-        size_t limit = 0;
-    } snapshot;
+struct ArraySnapshot {
+    const void* context = nullptr;
+    bool inBegin = false;  // between gl.Begin and gl.End on `context`
+    bool valid = false;
+    size_t limit = 0;
 };
 
-ClientBuffers& Buffers()
+ArraySnapshot& Snapshot()
 {
-    static ClientBuffers buffers;
-    return buffers;
+    static ArraySnapshot snapshot;
+    return snapshot;
 }
 
 // The client arrays OpenGL may read when drawing from arrays: the six of
@@ -460,19 +468,15 @@ bool Queryable()
 
 size_t ComputeLimit()
 {
-    const ClientBuffers& store = Buffers();
+    const vyrui::gl::GLContext& context = CurrentHostContext();
     size_t limit = SIZE_MAX;
     for (const ClientArray& a : kClientArrays) {
         if (!glIsEnabled(a.array))
             continue;
         GLvoid* pointer = nullptr;
         glGetPointerv(a.pointer, &pointer);
-        const std::vector<std::uint8_t>* buffer = nullptr;
-        for (const auto& entry : store.buffers) {
-            if (!entry.second.empty() && entry.second.data() == pointer)
-                buffer = &entry.second;
-        }
-        if (buffer == nullptr) {
+        const size_t bytes = context.ClientMemorySizeAt(pointer);
+        if (bytes == 0) {
             std::string which = a.name ? std::string("gl.") + a.name : std::string("this module");
             throw LuaError("an enabled client array has no data (" +
                            std::string(ConstantName(a.array) ? ConstantName(a.array) : "array") +
@@ -487,8 +491,8 @@ size_t ComputeLimit()
         size_t element = static_cast<size_t>(std::max(size, 0)) * ValueSize(static_cast<GLenum>(type));
         size_t step = stride > 0 ? static_cast<size_t>(stride) : element;
         size_t count = 0;
-        if (element != 0 && buffer->size() >= element)
-            count = step == 0 ? SIZE_MAX : (buffer->size() - element) / step + 1;
+        if (element != 0 && bytes >= element)
+            count = step == 0 ? SIZE_MAX : (bytes - element) / step + 1;
         limit = std::min(limit, count);
     }
     return limit;
@@ -499,35 +503,28 @@ size_t ComputeLimit()
 void* SetClientBuffer(GLenum kind, size_t bytes)
 {
     InvalidateArraySnapshot();
-    auto& buffer = Buffers().buffers[{vyrui::gl::CurrentContext(), kind}];
-    // A new block: OpenGL may still hold the old one's address elsewhere, and
-    // the guard tells blocks apart by address.
-    std::vector<std::uint8_t> fresh(std::max<size_t>(bytes, 1));
-    buffer.swap(fresh);
-    return buffer.data();
+    return CurrentHostContext().SetClientMemory(kind, bytes);
 }
 
 void* GetClientBuffer(GLenum kind, size_t* bytes)
 {
-    auto& buffers = Buffers().buffers;
-    auto found = buffers.find({vyrui::gl::CurrentContext(), kind});
-    if (found == buffers.end()) {
-        *bytes = 0;
-        return nullptr;
-    }
-    *bytes = found->second.size();
-    return found->second.data();
+    return CurrentHostContext().GetClientMemory(kind, bytes);
 }
 
 void FreeClientBuffer(GLenum kind)
 {
     InvalidateArraySnapshot();
-    Buffers().buffers.erase({vyrui::gl::CurrentContext(), kind});
+    CurrentHostContext().FreeClientMemory(kind);
+}
+
+size_t HeldClientBytes()
+{
+    return vyrui::gl::GLContext::HeldClientMemory();
 }
 
 size_t ArrayElementLimit()
 {
-    const auto& snapshot = Buffers().snapshot;
+    const auto& snapshot = Snapshot();
     const bool ours = snapshot.inBegin && snapshot.context == vyrui::gl::CurrentContext();
     // Probing is the fallback for a Begin that came from a display list; it
     // leaves an error flag set when it fails.
@@ -540,7 +537,7 @@ size_t ArrayElementLimit()
 
 void SnapshotArrays()
 {
-    auto& snapshot = Buffers().snapshot;
+    auto& snapshot = Snapshot();
     snapshot.valid = false;
     snapshot.inBegin = true;
     snapshot.context = vyrui::gl::CurrentContext();
@@ -556,12 +553,12 @@ void SnapshotArrays()
 
 void EndArraySnapshot()
 {
-    Buffers().snapshot.inBegin = false;
+    Snapshot().inBegin = false;
 }
 
 void InvalidateArraySnapshot()
 {
-    Buffers().snapshot.valid = false;
+    Snapshot().valid = false;
 }
 
 } // namespace vyrlua::gl

@@ -96,11 +96,13 @@ public:
 };
 
 // Client memory that OpenGL keeps pointers to (vertex arrays, the selection
-// and feedback buffers): owned here per context and kind, so a pointer is
-// never left to Lua's collector.
+// and feedback buffers): held by the current context, per kind, and freed
+// with it, so a pointer is never left to Lua's collector.
 void* SetClientBuffer(GLenum kind, size_t bytes);
 void* GetClientBuffer(GLenum kind, size_t* bytes);
 void FreeClientBuffer(GLenum kind);
+// Bytes of client memory held for all contexts.
+size_t HeldClientBytes();
 
 // The number of vertex-array elements every enabled client array can supply
 // (SIZE_MAX when none is enabled). Refuses (LuaError) when an enabled array

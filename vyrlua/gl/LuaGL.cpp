@@ -694,6 +694,8 @@ void PushCopy(lua_State* L, GLenum type, const void* values, size_t bytes)
     if (bytes > 0)
         std::memcpy(copy, values, bytes);
     PushPixelTable(L, type, copy, bytes / PixelTypeSize(type));
+    // Only the table is the caller's result.
+    lua_remove(L, -2);
 }
 
 // Pixels from a table (or null for a nil table where OpenGL allows it).

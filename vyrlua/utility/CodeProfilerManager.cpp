@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -170,7 +171,7 @@ void OnCall(lua_State* L, const lua_Debug& ar, const void* cFunction, double now
         FunctionStats& stats = p.functions[static_cast<size_t>(function)];
         ++stats.calls;
         ++stats.active;
-    } catch (...) {
+    } catch (const std::exception&) {
         Data().running = false;
     }
 }
@@ -208,7 +209,7 @@ void OnLine(lua_State* L, const char* source, int line, double now) noexcept
         thread.FlushLine(now);
         thread.lastLine = &p.lineStats[{source, line}];
         ++thread.lastLine->count;
-    } catch (...) {
+    } catch (const std::exception&) {
         Data().running = false;
     }
 }

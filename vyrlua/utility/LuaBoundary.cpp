@@ -88,8 +88,7 @@ int PushPending(lua_State* L)
 
 bool PushCurrentException(lua_State* L) noexcept
 {
-    // A foreign exception (LuaJIT unwinding a Lua error) has no exception_ptr.
-    if (!std::current_exception())
+    if (IsForeignException())
         return false;
     try {
         std::string message;

@@ -5,9 +5,13 @@
 // function bodies never raise Lua errors themselves: they throw C++
 // exceptions (the argument readers in LuaArgs.h included), and the boundary
 // turns the exception into a Lua error after the body's frame is gone. Under
-// LuaJIT the Lua error is a foreign exception that passes through unchanged.
+// LuaJIT the Lua error is a foreign exception that passes through unchanged,
+// and so must it through every native frame between a Lua call and here:
+// a catch (...) anywhere in the library either cleans up and rethrows, or
+// calls RethrowForeignException first (the host shares the rule).
 #pragma once
 
+#include "vyrcore/ForeignException.h"
 #include "vyrlua/utility/LuaApi.h"
 
 #include <stdexcept>
@@ -15,6 +19,9 @@
 #include <string_view>
 
 namespace vyrlua::utility {
+
+using vyrcore::config::IsForeignException;
+using vyrcore::config::RethrowForeignException;
 
 // A bad argument: becomes the standard luaL_argerror text, to the byte
 // ("bad argument #2 to 'f' (number expected, got nil)", with the calling

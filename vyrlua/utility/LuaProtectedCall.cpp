@@ -3,6 +3,7 @@
 #include "vyrcore/config.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
+#include <cstdlib>
 #include <functional>
 #include <new>
 
@@ -122,15 +123,38 @@ int PushArgumentsAndCallBody(lua_State* L)
 
 const lua_CFunction detail::PushArgumentsAndCall = LuaBoundary<PushArgumentsAndCallBody>;
 
+thread_local int detail::gCallDepth = 0;
+
+void detail::ThrowCallsNestedTooDeeply(lua_State* L, int nargs)
+{
+    static constexpr char kMessage[] =
+        "calls from the host into Lua nested too deeply (more than 64: a handler "
+        "that makes the host call it again, without end?)";
+    static_assert(kMaxCallDepth == 64, "the message states the limit");
+    lua_pop(L, nargs);
+    PushLString(L, kMessage);
+    lua_replace(L, -2);
+    RaiseLuaCallError(L);
+    std::abort(); // RaiseLuaCallError throws at level 1
+}
+
 void detail::CallLuaFromCppWithTraceback(lua_State* L, int nargs, int nresults)
 {
+    if (gCallDepth >= kMaxCallDepth)
+        ThrowCallsNestedTooDeeply(L, nargs);
     int function = lua_gettop(L) - nargs;
+    int status;
     if (!InsertTracebackHandler(L, function)) {
-        if (lua_pcall(L, nargs, nresults, 0) != 0)
+        ++gCallDepth;
+        status = lua_pcall(L, nargs, nresults, 0);
+        --gCallDepth;
+        if (status != 0)
             RaiseLuaCallError(L);
         return;
     }
-    int status = lua_pcall(L, nargs, nresults, function);
+    ++gCallDepth;
+    status = lua_pcall(L, nargs, nresults, function);
+    --gCallDepth;
     if (status != 0)
         KeepCallTraceback(L);
     lua_remove(L, function);

@@ -46,6 +46,16 @@ void KeepCallTraceback(lua_State* L);
 
 namespace detail {
 extern bool gCallTracebacks;
+// Calls from native code into Lua nest when a handler makes the host call
+// back (a draw hook that updates its window, a size hook that resizes its
+// view). Each level holds native frames that Lua's own limits count
+// differently in each build (LuaJIT not at all), so the nesting is limited
+// here: a call past the limit is not made, and fails as a Lua error would.
+inline constexpr int kMaxCallDepth = 64;
+extern thread_local int gCallDepth;
+// Drops the function and its arguments, leaves the message in their place
+// and throws it as CallLuaFromCpp throws a Lua error.
+[[noreturn]] void ThrowCallsNestedTooDeeply(lua_State* L, int nargs);
 // CallLuaFromCpp's failure: raises the error on top of the stack as a host
 // error.
 void RaiseLuaCallError(lua_State* L);
@@ -68,7 +78,12 @@ inline void CallLuaFromCppInline(lua_State* L, int nargs, int nresults)
 {
     if (gCallTracebacks)
         return CallLuaFromCppWithTraceback(L, nargs, nresults);
-    if (lua_pcall(L, nargs, nresults, 0) != 0)
+    if (gCallDepth >= kMaxCallDepth)
+        ThrowCallsNestedTooDeeply(L, nargs);
+    ++gCallDepth;
+    const int status = lua_pcall(L, nargs, nresults, 0);
+    --gCallDepth;
+    if (status != 0)
         RaiseLuaCallError(L);
 }
 } // namespace detail

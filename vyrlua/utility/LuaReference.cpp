@@ -66,8 +66,11 @@ void ThrowNoRoomToCall()
 
 void ReportCurrentException()
 {
+    // A LuaJIT error unwinding from a call-back's own pushes goes on to the
+    // Lua call that catches it.
+    RethrowForeignException();
     // Rethrown inside the converter, so it reports exactly what it would
-    // have caught had the call run inside it (foreign exceptions included).
+    // have caught had the call run inside it.
     vyrcore::config::ExecuteFunctionAndConvertException([]() -> int { throw; });
 }
 

@@ -48,8 +48,8 @@ inline void PushForCallInline(lua_State* L, int top, int ref)
         ThrowNoRoomToCall();
     lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
 }
-// Called in a catch handler: hands the exception being handled, whatever
-// it is, to the host's converter, which reports it.
+// Called in a catch handler: hands the exception being handled to the
+// host's converter, which reports it; rethrows a foreign one.
 void ReportCurrentException();
 } // namespace detail
 

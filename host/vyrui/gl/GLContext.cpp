@@ -9,8 +9,13 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <mutex>
+#include <new>
+#include <sys/mman.h>
 
 namespace vyrui::gl {
 
@@ -75,6 +80,19 @@ Display& TheDisplay()
     return display;
 }
 
+// The contexts alive, by their EGL context, and the client memory they hold.
+struct Registry {
+    std::mutex mutex;
+    std::map<EGLContext, GLContext*> contexts;
+    std::atomic<std::size_t> clientBytes{0};
+};
+
+Registry& Contexts()
+{
+    static Registry registry;
+    return registry;
+}
+
 } // namespace
 
 std::string GLContext::Unavailable()
@@ -94,10 +112,23 @@ GLContext::GLContext()
     mContext = eglCreateContext(d.display, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, attributes);
     if (mContext == EGL_NO_CONTEXT)
         throw HostException("OpenGL is not available: " + EGLErrorText("creating a context"));
+    try {
+        std::lock_guard lock(Contexts().mutex);
+        Contexts().contexts[mContext] = this;
+    } catch (...) {
+        eglDestroyContext(d.display, mContext);
+        throw;
+    }
 }
 
 GLContext::~GLContext()
 {
+    {
+        std::lock_guard lock(Contexts().mutex);
+        Contexts().contexts.erase(mContext);
+    }
+    for (const auto& [kind, block] : mClientMemory)
+        Contexts().clientBytes -= block.get_deleter().size;
     EGLDisplay display = TheDisplay().display;
     if (mFramebuffer != 0) {
         // Frame buffer objects belong to the context: delete them with it current.
@@ -120,6 +151,66 @@ void GLContext::MakeCurrent()
         throw HostException(EGLErrorText("making the OpenGL context current"));
     if (mFramebuffer != 0)
         glBindFramebuffer(GL_FRAMEBUFFER, mFramebuffer);
+}
+
+GLContext* GLContext::Current()
+{
+    EGLContext current = eglGetCurrentContext();
+    if (current == EGL_NO_CONTEXT)
+        return nullptr;
+    std::lock_guard lock(Contexts().mutex);
+    auto found = Contexts().contexts.find(current);
+    return found == Contexts().contexts.end() ? nullptr : found->second;
+}
+
+void GLContext::Unmap::operator()(std::uint8_t* block) const noexcept
+{
+    munmap(block, size);
+}
+
+void* GLContext::SetClientMemory(unsigned kind, std::size_t bytes)
+{
+    bytes = std::max<std::size_t>(bytes, 1);
+    // Zeroed, and at a new address: OpenGL may still hold the old one.
+    void* mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED)
+        throw std::bad_alloc();
+    std::unique_ptr<std::uint8_t, Unmap> fresh(static_cast<std::uint8_t*>(mapped), Unmap{bytes});
+    auto& block = mClientMemory[kind];
+    Contexts().clientBytes += bytes;
+    Contexts().clientBytes -= block.get_deleter().size;
+    block = std::move(fresh);
+    return block.get();
+}
+
+void* GLContext::GetClientMemory(unsigned kind, std::size_t* bytes) const
+{
+    auto found = mClientMemory.find(kind);
+    *bytes = found == mClientMemory.end() ? 0 : found->second.get_deleter().size;
+    return found == mClientMemory.end() ? nullptr : found->second.get();
+}
+
+void GLContext::FreeClientMemory(unsigned kind)
+{
+    auto found = mClientMemory.find(kind);
+    if (found == mClientMemory.end())
+        return;
+    Contexts().clientBytes -= found->second.get_deleter().size;
+    mClientMemory.erase(found);
+}
+
+std::size_t GLContext::ClientMemorySizeAt(const void* pointer) const
+{
+    for (const auto& [kind, block] : mClientMemory) {
+        if (block.get() == pointer)
+            return block.get_deleter().size;
+    }
+    return 0;
+}
+
+std::size_t GLContext::HeldClientMemory()
+{
+    return Contexts().clientBytes;
 }
 
 bool GLContext::IsCurrent() const

@@ -4,7 +4,10 @@
 // pixels can be read back for compositing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,8 +45,35 @@ public:
     // contexts can be made (tries once, then remembers).
     static std::string Unavailable();
 
+    // The context current on the calling thread when it is one of these, or
+    // null.
+    static GLContext* Current();
+
+    // Client memory: blocks OpenGL keeps pointers to between calls (vertex
+    // arrays, the selection and feedback buffers), one per kind. They belong
+    // to the context: OpenGL may use them until it goes, and they go with it.
+    //
+    // A new zeroed block of `bytes` (at least 1) for `kind`, replacing the
+    // old one (a new address: OpenGL may still hold the old one elsewhere).
+    void* SetClientMemory(unsigned kind, std::size_t bytes);
+    // The block for `kind` and its size, or null and 0.
+    void* GetClientMemory(unsigned kind, std::size_t* bytes) const;
+    void FreeClientMemory(unsigned kind);
+    // The size of the block that starts at `pointer`, or 0 when none does.
+    std::size_t ClientMemorySizeAt(const void* pointer) const;
+    // Bytes of client memory all contexts of the process hold.
+    static std::size_t HeldClientMemory();
+
 private:
     void DeleteFramebuffer();
+
+    // Mapped from the system, so that a freed block goes back at once: the
+    // C allocator keeps large freed blocks once it has seen a few.
+    struct Unmap {
+        std::size_t size = 0;
+        void operator()(std::uint8_t* block) const noexcept;
+    };
+    std::map<unsigned, std::unique_ptr<std::uint8_t, Unmap>> mClientMemory;
 
     void* mContext = nullptr;
     unsigned mFramebuffer = 0;

@@ -52,11 +52,27 @@ OS_OpenGLView::OS_OpenGLView(std::string id, const RectF& rect)
 
 OS_OpenGLView::~OS_OpenGLView()
 {
+    // Done already unless the view was never use-counted.
+    TearDownReporting();
+}
+
+void OS_OpenGLView::TearDownReporting() noexcept
+{
     try {
         TearDownOpenGL();
     } catch (const std::exception& e) {
         vyrcore::config::ReportError(e.what());
     }
+}
+
+void OS_OpenGLView::UI_OnReleaseHandlers()
+{
+    TearDownReporting();
+}
+
+void OS_OpenGLView::OnLastUse() noexcept
+{
+    TearDownReporting();
 }
 
 bool OS_OpenGLView::EnsureContext()
@@ -81,6 +97,8 @@ bool OS_OpenGLView::MakeContextCurrent(bool initialise)
     if (!EnsureContext())
         return false;
     mContext->MakeCurrent();
+    if (!mDrawing)
+        SizeFramebuffer();
     if (initialise && !mInitialised) {
         mInitialised = true;
         InitOpenGL();
@@ -98,6 +116,14 @@ void OS_OpenGLView::TearDownOpenGL()
         EndOpenGL();
     }
     mContext.reset();
+}
+
+void OS_OpenGLView::SizeFramebuffer()
+{
+    const RectF bounds = UI_GetBoundsF();
+    const PointF scale = GetLastDrawnTransformToScreenScale();
+    mContext->SetFramebufferSize(BackBufferSide(bounds.width, mHiDPI ? scale.x : 1),
+                                 BackBufferSide(bounds.height, mHiDPI ? scale.y : 1));
 }
 
 void OS_OpenGLView::InitOpenGL()
@@ -142,18 +168,18 @@ void OS_OpenGLView::UI_DrawSelf(drawbot::Drawbot& drawbot)
         Composite(*surface, bounds);
         return;
     }
-    PointF scale = surface->GetTransformToScreenScale();
-    SetLastDrawnTransformToScreenScale(scale);
+    SetLastDrawnTransformToScreenScale(surface->GetTransformToScreenScale());
+    // Sizes the frame buffer for this frame.
     if (!MakeContextCurrent()) {
         boost::intrusive_ptr<drawbot::BrushInterface> brush =
             drawbot.GetSupplier()->NewSolidBrush(mBackground);
         surface->FillRect(bounds, *brush);
         return;
     }
+    // An "initOpenGL" function may have torn the context down again.
     if (!mContext)
         return;
-    mContext->SetFramebufferSize(BackBufferSide(bounds.width, mHiDPI ? scale.x : 1),
-                                 BackBufferSide(bounds.height, mHiDPI ? scale.y : 1));
+    mContext->MakeCurrent();
     mFrameWidth = mContext->Width();
     mFrameHeight = mContext->Height();
     mFrame.clear();

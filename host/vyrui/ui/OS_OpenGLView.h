@@ -74,11 +74,14 @@ public:
 
     // Makes the view's context current on the calling thread, creating the
     // context on first use and then, with `initialise`, running InitOpenGL
-    // once for it. False, after reporting once, when no GL can be had.
+    // once for it. Outside a frame it binds a frame buffer sized to the
+    // view, as the next frame's will be. False, after reporting once, when
+    // no GL can be had.
     bool MakeContextCurrent(bool initialise = true);
     // Runs EndOpenGL (when InitOpenGL ran) and drops the context; the next
-    // frame starts a new one. Subclasses that override EndOpenGL call it
-    // from their destructor, while their override still exists.
+    // frame starts a new one. Done for every view while it is still whole
+    // (so a subclass's EndOpenGL runs): when its handlers are released (its
+    // window closes) and when its last use goes.
     void TearDownOpenGL();
 
     void SetBackgroundColor(const drawbot::ColorRGBA& color) { mBackground = color; }
@@ -91,8 +94,17 @@ public:
 
     void UI_DrawSelf(drawbot::Drawbot& drawbot) override;
 
+protected:
+    void UI_OnReleaseHandlers() override;
+    void OnLastUse() noexcept override;
+
 private:
     bool EnsureContext();
+    // TearDownOpenGL, reporting what fails.
+    void TearDownReporting() noexcept;
+    // Outside a frame: gives the context a frame buffer of the size the next
+    // frame will have.
+    void SizeFramebuffer();
     void Composite(drawbot::SurfaceInterface& surface, const RectF& bounds);
 
     std::unique_ptr<gl::GLContext> mContext;

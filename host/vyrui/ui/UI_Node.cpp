@@ -573,6 +573,7 @@ void UI_Node::UI_ReleaseHandlers()
 {
     // Held: dropping a handler may drop the last other owner of a node.
     Ptr keep(this);
+    UI_OnReleaseHandlers();
     CancelAllTimers();
     // Moved out first: the destructors may run code that looks at the node.
     std::vector<TimerNotifyFunction> notify = std::move(mTimerNotify);

@@ -265,6 +265,9 @@ protected:
     // After the local rectangle changed (never for a rectangle set to what
     // it was).
     virtual void UI_OnLocalRectChanged(const RectF& oldRect) {}
+    // In UI_ReleaseHandlers, before they go: the last moment a node can
+    // still reach its script's handlers.
+    virtual void UI_OnReleaseHandlers() {}
 
 private:
     friend class UI_Container;
