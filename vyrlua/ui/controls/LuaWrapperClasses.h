@@ -89,4 +89,8 @@ using AllWrapperClasses = WrapperClassList<
     LuaUI_SubViewWrapper,
     LuaUI_NodeWrapper>;
 
+// Here rather than where the list is first used: a misordered list fails
+// at this line.
+static_assert(AllWrapperClasses::kCount > 0);
+
 } // namespace vyrlua::ui
