@@ -4,6 +4,7 @@
 
 #include "vyrui/controls/UI_Button.h"
 #include "vyrui/controls/UI_Checkbox.h"
+#include "vyrui/controls/UI_Divider.h"
 #include "vyrui/controls/UI_StaticText.h"
 #include "vyrui/ui/UI_Container.h"
 #include "vyrui/ui/UI_NodeManager.h"
@@ -171,4 +172,15 @@ TEST(ControlGolden, ThemeMetricsShapeTheControls)
     uint32_t pressed = opaque(roomy.GetColor(kThemeColor_ControlFill, kControlState_Pressed));
     EXPECT_EQ(vyrtest::PixelAt(*image, 12, 20), pressed);
     EXPECT_NE(vyrtest::PixelAt(*light, 12, 20), pressed);
+}
+
+TEST(ControlGolden, Divider)
+{
+    // The last row stands the divider up: a vertical line.
+    ExpectStates(
+        "divider", [](const RectF& r) { return new UI_Divider("d", r); }, 120, 12,
+        {[](UI_ControlView& c) {
+            RectF r = c.UI_GetLocalRectF();
+            c.UI_SetLocalRectF({r.left + 57, r.top, 6, r.height});
+        }});
 }

@@ -64,6 +64,7 @@ ThemeDefinition MakeTheme(bool dark)
     t.SetMetric(kThemeMetric_CheckboxCornerRadius, 3);
     t.SetMetric(kThemeMetric_DefaultBorderRatio, 2);
     t.SetMetric(kThemeMetric_MixedFaceRatio, 0.5f);
+    t.SetMetric(kThemeMetric_SeparatorWidth, 1);
     t.SetFont(kThemeFont_Regular, {drawbot::kUIFontFamily, 12, false});
     t.SetFont(kThemeFont_Small, {drawbot::kUIFontFamily, 10, false});
     t.SetFont(kThemeFont_Title, {drawbot::kUIFontFamily, 14, true});

@@ -36,10 +36,11 @@ enum ThemeMetric : int {
     kThemeMetric_ButtonHeight = 8, // a push button's recommended height
     kThemeMetric_CheckboxHeight = 9,       // the least recommended height of a check box
     kThemeMetric_CheckboxCornerRadius = 10,
+    kThemeMetric_SeparatorWidth = 11,      // a divider's line
     // Ratios.
-    kThemeMetric_DefaultBorderRatio = 11,  // a default button's ring, in border widths
-    kThemeMetric_MixedFaceRatio = 12,      // how far a value-unknown face goes towards pressed
-    kThemeMetric_Count = 13,
+    kThemeMetric_DefaultBorderRatio = 12,  // a default button's ring, in border widths
+    kThemeMetric_MixedFaceRatio = 13,      // how far a value-unknown face goes towards pressed
+    kThemeMetric_Count = 14,
 };
 
 // Text kinds, also the font size ids labels take (SetFontSizeId).

@@ -9,6 +9,7 @@
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
 #include "vyrlua/ui/controls/LuaCheckboxWrapper.h"
 #include "vyrlua/ui/controls/LuaControlViewWrapper.h"
+#include "vyrlua/ui/controls/LuaDividerWrapper.h"
 #include "vyrlua/ui/controls/LuaOS_OpenGLViewWrapper.h"
 #include "vyrlua/ui/controls/LuaOS_WindowWrapper.h"
 #include "vyrlua/ui/controls/LuaStaticTextWrapper.h"
@@ -85,6 +86,7 @@ using AllWrapperClasses = WrapperClassList<
     LuaCheckboxWrapper,
     LuaUI_ButtonWrapper,
     LuaInteractiveControlViewWrapper,
+    LuaDividerWrapper,
     LuaControlViewWrapper,
     LuaUI_SubViewWrapper,
     LuaUI_NodeWrapper>;
