@@ -323,7 +323,6 @@ TEST(HostCheckbox, AClickTogglesAndNotifiesASetDoesNot)
     RectF label = box->GetLabelTextRect();
     EXPECT_GT(label.left, box->GetBoxRect().Right());
     EXPECT_EQ(label.Right(), 150);
-    EXPECT_THROW(box->SetTextAlignment(3), vyrcore::config::HostException);
     UI_NodeManager::Get()->ClearKeyboardFocus();
 }
 
@@ -338,8 +337,6 @@ TEST(HostStaticText, TakesNoPressNorFocusAndRefusesBadStyles)
     text->SetStringValue(u"Other");
     EXPECT_EQ(text->GetLabelText(), u"Other");
     EXPECT_FALSE(text->IsValueUnknown());
-    EXPECT_THROW(text->SetTextTruncation(4), vyrcore::config::HostException);
-    EXPECT_THROW(text->SetCustomFontStyle(2), vyrcore::config::HostException);
     EXPECT_THROW(text->SetCustomFontSize(-1), vyrcore::config::HostException);
     EXPECT_THROW(text->SetCustomTextColor({2, 0, 0, 1}), vyrcore::config::HostException);
 }

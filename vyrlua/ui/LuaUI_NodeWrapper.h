@@ -11,6 +11,7 @@ class LuaUI_NodeWrapper : public LuaWrapperClass<LuaUI_NodeWrapper, vyrui::ui::U
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrUINode";
+    static constexpr const char* kConstructorName = "NewNode";
     static const luaL_Reg methods[];
 };
 

@@ -31,7 +31,9 @@
 #include "vyrlua/utility/LuaSignatures.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 #include "vyrcore/string.h"
+#include "vyrui/drawbot/DrawbotInterfaces.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -153,21 +155,32 @@ struct Double {
     static double ToHost(lua_State*, double v) { return v; }
 };
 
-// An integer naming one of Count values of a host enumeration, else the
-// argument error "invalid value".
-template <typename Enum, int Count>
+// A name given as a template argument: EnumArg<..., "kTextAlignment">.
+template <size_t N>
+struct ArgName {
+    char text[N];
+    constexpr ArgName(const char (&s)[N]) { std::copy_n(s, N, text); }
+};
+
+// An integer naming one of the Count values 0 .. Count - 1 of a host
+// enumeration, else the argument error "invalid <Kind>" (as the drawing
+// functions say it).
+template <typename Enum, int Count, ArgName Kind>
 struct EnumArg {
     using Raw = int;
     static constexpr const char* kLuaType = "integer";
     static int Read(lua_State* L, int i)
     {
-        int v = utility::CheckInt(L, i);
-        if (v < 0 || v >= Count)
-            utility::ThrowArgError(i, "invalid value");
-        return v;
+        lua_Number v = utility::CheckNumber(L, i);
+        if (!(v >= 0 && v < Count))
+            utility::ThrowArgError(i, std::string("invalid ") + Kind.text);
+        return static_cast<int>(v);
     }
     static Enum ToHost(lua_State*, int v) { return static_cast<Enum>(v); }
 };
+
+using TextAlignmentArg = EnumArg<vyrui::drawbot::TextAlignment, 3, "kTextAlignment">;
+using TextTruncationArg = EnumArg<vyrui::drawbot::TextTruncation, 4, "kTextTruncation">;
 
 // Strings: the view stays valid while the argument is on the stack.
 struct Utf8 {

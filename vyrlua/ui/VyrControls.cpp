@@ -1,19 +1,16 @@
 #include "vyrlua/ui/VyrControls.h"
 
-#include "vyrlua/ui/controls/LuaSubView.h"
-#include "vyrui/controls/UI_Button.h"
-#include "vyrui/controls/UI_Checkbox.h"
-#include "vyrui/controls/UI_StaticText.h"
-
 #include "vyrlua/ui/InteractiveChangeMessage.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/ui/LuaUIEvents.h"
-#include "vyrlua/ui/controls/LuaOS_OpenGLViewWrapper.h"
+#include "vyrlua/ui/controls/LuaWrapperClasses.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 #include "vyrcore/string.h"
-#include "vyrui/ui/OS_Window.h"
+
+#include <array>
+#include <type_traits>
 
 namespace vyrlua::ui {
 
@@ -38,72 +35,58 @@ NodeArgs ReadNodeArgs(lua_State* L)
     return args;
 }
 
-// Pushes the new node's wrapper (the factory protects its own pushes).
-int PushNew(lua_State* L, const NodePtr& node)
+template <typename Wrapper>
+struct Constructed {
+    using type = typename Wrapper::HostClass;
+};
+template <typename Wrapper>
+    requires requires { typename Wrapper::ConstructedNode; }
+struct Constructed<Wrapper> {
+    using type = typename Wrapper::ConstructedNode;
+};
+
+// vyrcontrols.New...([id], [rect], [text]) -> a new node of the class, in
+// no tree. The text is what the class's constructor takes as its third
+// argument (a window's title, a button's title, a label); a class that
+// takes none ignores it.
+template <typename Wrapper>
+int NewBody(lua_State* L)
 {
+    using Node = typename Constructed<Wrapper>::type;
+    NodeArgs args = ReadNodeArgs(L);
+    NodePtr node;
+    if constexpr (std::is_constructible_v<Node, std::string, vyrcore::geom::RectF, std::u16string>)
+        node = new Node(std::string(args.id), args.rect, vyrcore::string::UTF8to16(args.text));
+    else
+        node = new Node(std::string(args.id), args.rect);
+    // The factory protects its own pushes.
     return LuaControlWrapperFactory(node, L) ? 1 : 0;
 }
 
-template <typename Node>
-boost::intrusive_ptr<Node> Make(const NodeArgs& args)
+// The constructor table: one entry per class of the list that names a
+// constructor.
+template <typename... Wrappers>
+consteval auto ConstructorTable(WrapperClassList<Wrappers...>)
 {
-    return boost::intrusive_ptr<Node>(new Node(std::string(args.id), args.rect));
+    std::array<luaL_Reg, (size_t{1} + ... + size_t{requires { Wrappers::kConstructorName; }})> table{};
+    size_t n = 0;
+    auto add = [&]<typename Wrapper>() {
+        if constexpr (requires { Wrapper::kConstructorName; })
+            table[n++] = {Wrapper::kConstructorName, utility::LuaBoundary<NewBody<Wrapper>>};
+    };
+    (add.template operator()<Wrappers>(), ...);
+    table[n] = {nullptr, nullptr};
+    return table;
 }
 
-// NewNode([id], [rect]) -> a plain node, not in any tree.
-int NewNodeBody(lua_State* L)
-{
-    NodeArgs args = ReadNodeArgs(L);
-    return PushNew(L, Make<vyrui::ui::UI_Node>(args));
-}
-
-// NewWindow / NewDialog([id], [rect], [title]) -> a top-level window or a
-// dialog; the rectangle is its place on the screen (a dialog at 0, 0 opens
-// centred on its owner).
-template <typename Window>
-int NewWindowBody(lua_State* L)
-{
-    NodeArgs args = ReadNodeArgs(L);
-    auto window = Make<Window>(args);
-    window->SetTitle(vyrcore::string::UTF8to16(args.text));
-    return PushNew(L, window);
-}
-
-// NewSubView([id], [rect]) -> a view the script draws (LuaSubView).
-int NewSubViewBody(lua_State* L)
-{
-    return PushNew(L, Make<LuaSubView>(ReadNodeArgs(L)));
-}
-
-// NewButton / NewCheckbox / NewStaticText([id], [rect], [text]): the text
-// is the button's title, the check box's label, the static text's string.
-template <typename Control>
-int NewControlBody(lua_State* L)
-{
-    NodeArgs args = ReadNodeArgs(L);
-    return PushNew(L, boost::intrusive_ptr<Control>(new Control(
-                          std::string(args.id), args.rect, vyrcore::string::UTF8to16(args.text))));
-}
-
-// The constructor table.
-const luaL_Reg kConstructors[] = {
-    {"NewNode", utility::LuaBoundary<NewNodeBody>},
-    {"NewWindow", utility::LuaBoundary<NewWindowBody<vyrui::ui::OS_Window>>},
-    {"NewDialog", utility::LuaBoundary<NewWindowBody<vyrui::ui::UI_Dialog>>},
-    {"NewSubView", utility::LuaBoundary<NewSubViewBody>},
-    {"NewButton", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Button>>},
-    {"NewCheckbox", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_Checkbox>>},
-    {"NewStaticText", utility::LuaBoundary<NewControlBody<vyrui::controls::UI_StaticText>>},
-    {"NewOpenGLView", utility::LuaBoundary<NewOpenGLViewBody>},
-    {nullptr, nullptr},
-};
+constexpr auto kConstructors = ConstructorTable(AllWrapperClasses{});
 
 int OpenBody(lua_State* L)
 {
     CreateControlMetatables(L);
     CreateInteractiveChangeMessageMetatable(L);
     OpenUIEvents(L);
-    luaL_register(L, "vyrcontrols", kConstructors);
+    luaL_register(L, "vyrcontrols", kConstructors.data());
     return 1;
 }
 

@@ -154,7 +154,8 @@ void UI_Button::UI_DrawSelf(drawbot::Drawbot& drawbot)
         painter.FillRounded(face, theme.Color(fillSlot, look), radius);
         if (IsValueUnknown() && !pushed)
             painter.FillRounded(face, Mix(theme.Color(fillSlot, look),
-                                          theme.Color(fillSlot, look | kControlState_Pressed), 0.5f),
+                                          theme.Color(fillSlot, look | kControlState_Pressed),
+                                          theme.Ratio(kThemeMetric_MixedFaceRatio)),
                                 radius);
         if (mInnerBevel && !pushed && face.width > 2 * radius) {
             painter.Fill({face.left + radius, face.top + border, face.width - 2 * radius, border},
@@ -167,7 +168,8 @@ void UI_Button::UI_DrawSelf(drawbot::Drawbot& drawbot)
         painter.FrameRounded(face, color, radius, border);
     }
     if (mDefault && !mCommit && IsEffectivelyEnabled())
-        painter.FrameRounded(face, theme.Color(kThemeColor_Accent, look), radius, 2 * border);
+        painter.FrameRounded(face, theme.Color(kThemeColor_Accent, look), radius,
+                             border * theme.Ratio(kThemeMetric_DefaultBorderRatio));
 
     if (!mTitle.empty()) {
         float pad = theme.Metric(kThemeMetric_Padding);
@@ -189,7 +191,8 @@ PointF UI_Button::UI_GetRecommendedSize(drawbot::Drawbot& drawbot)
     drawbot::Painter painter(drawbot);
     float room = mInsetUndrawn ? 2 * FocusRingRoom(theme) : 0;
     float text = mTitle.empty() ? 0 : painter.MeasureText(mTitle, theme.Font(kThemeFont_Regular));
-    return {std::ceil(text + 2 * theme.Metric(kThemeMetric_Padding) + room), 22 + room};
+    return {std::ceil(text + 2 * theme.Metric(kThemeMetric_Padding) + room),
+            theme.Metric(kThemeMetric_ButtonHeight) + room};
 }
 
 } // namespace vyrui::controls

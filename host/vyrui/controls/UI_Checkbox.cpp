@@ -61,7 +61,7 @@ void UI_Checkbox::UI_DrawSelf(drawbot::Drawbot& drawbot)
     drawbot::Painter painter(drawbot);
     unsigned state = GetControlState();
     RectF box = GetBoxRect();
-    float radius = std::min(3.0f, theme.Metric(kThemeMetric_CornerRadius));
+    float radius = theme.Metric(kThemeMetric_CheckboxCornerRadius);
     float border = theme.Metric(kThemeMetric_BorderWidth);
     float mark = theme.Metric(kThemeMetric_MarkWidth);
     bool filled = (state & (kControlState_On | kControlState_ValueUnknown)) != 0;
@@ -78,11 +78,9 @@ void UI_Checkbox::UI_DrawSelf(drawbot::Drawbot& drawbot)
     }
     DrawFocusRing(painter, theme, box, radius);
     if (!GetLabelText().empty()) {
-        static constexpr drawbot::TextAlignment aligns[] = {
-            drawbot::TextAlignment::Left, drawbot::TextAlignment::Center, drawbot::TextAlignment::Right};
         painter.Label(GetLabelText(), GetLabelTextRect(), theme.Font(GetFontSizeId()),
                       theme.Color(kThemeColor_Text, state & kControlState_Disabled),
-                      aligns[GetTextAlignment()], drawbot::TextTruncation::EndEllipsis);
+                      GetTextAlignment(), drawbot::TextTruncation::EndEllipsis);
     }
 }
 
@@ -96,7 +94,8 @@ PointF UI_Checkbox::UI_GetRecommendedSize(drawbot::Drawbot& drawbot)
                      ? 0
                      : theme.Metric(kThemeMetric_LabelGap) +
                            painter.MeasureText(GetLabelText(), theme.Font(GetFontSizeId()));
-    return {std::ceil(2 * room + size + text), std::max(20.0f, size + 2 * room)};
+    return {std::ceil(2 * room + size + text),
+            std::max(theme.Metric(kThemeMetric_CheckboxHeight), size + 2 * room)};
 }
 
 } // namespace vyrui::controls

@@ -92,7 +92,6 @@ public:
     // Adds a host callback for value changes; every callback added is called,
     // in order, with a UI_ControlMessage.
     void NotifyWhenChanged(ControlCallback callback);
-    size_t GetChangedCallbackCount() const { return mChanged.size(); }
 
     // Simulated input for tests and scripts: as a click the user made.
     void Click();

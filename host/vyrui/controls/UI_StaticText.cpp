@@ -48,19 +48,14 @@ void UI_StaticText::SetCustomFontSize(float size)
     UI_Invalidate();
 }
 
-void UI_StaticText::SetCustomFontStyle(int style)
+void UI_StaticText::SetCustomFontStyle(FontStyle style)
 {
-    if (style != kFontStyle_Regular && style != kFontStyle_Bold)
-        throw vyrcore::config::HostException("SetCustomFontStyle: the style is regular 0 or bold 1");
     mFontStyle = style;
     UI_Invalidate();
 }
 
-void UI_StaticText::SetTextTruncation(int truncation)
+void UI_StaticText::SetTextTruncation(drawbot::TextTruncation truncation)
 {
-    if (truncation < 0 || truncation > 3)
-        throw vyrcore::config::HostException(
-            "SetTextTruncation: the truncation is none 0, end 1, end ellipsis 2 or path ellipsis 3");
     mTruncation = truncation;
     UI_Invalidate();
 }
@@ -82,18 +77,12 @@ void UI_StaticText::UI_DrawSelf(drawbot::Drawbot& drawbot)
     ResolvedTheme theme(*this);
     drawbot::Painter painter(drawbot);
     unsigned state = GetControlState() & kControlState_Disabled;
-    drawbot::ColorRGBA color = theme.Color(kThemeColor_Text, state);
-    if (mColor) {
-        color = *mColor;
-        if (state)
-            color.alpha *= 0.4f;
-    }
-    auto alignment = static_cast<drawbot::TextAlignment>(GetTextAlignment());
+    drawbot::ColorRGBA color = mColor ? theme.Derive(kThemeColor_Text, *mColor, state)
+                                      : theme.Color(kThemeColor_Text, state);
     if (mMultiline)
-        painter.MultiLineLabel(GetLabelText(), GetLabelTextRect(), Font(), color, alignment);
+        painter.MultiLineLabel(GetLabelText(), GetLabelTextRect(), Font(), color, GetTextAlignment());
     else
-        painter.Label(GetLabelText(), GetLabelTextRect(), Font(), color, alignment,
-                      static_cast<drawbot::TextTruncation>(mTruncation));
+        painter.Label(GetLabelText(), GetLabelTextRect(), Font(), color, GetTextAlignment(), mTruncation);
 }
 
 PointF UI_StaticText::UI_GetRecommendedSize(drawbot::Drawbot& drawbot)

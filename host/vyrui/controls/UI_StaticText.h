@@ -33,20 +33,18 @@ public:
     // Wrapped at word boundaries from the top, instead of one centred line.
     void SetIsMultiline(bool multiline);
     bool GetIsMultiline() const { return mMultiline; }
-    // The same as SetTextAlignment: a TextAlignment.
-    void SetAlignment(int alignment) { SetTextAlignment(alignment); }
+    // The same as SetTextAlignment.
+    void SetAlignment(drawbot::TextAlignment alignment) { SetTextAlignment(alignment); }
     // In points, above 0 and at most 4096; 0 goes back to the size that the
     // font size id gives (HostException otherwise).
     void SetCustomFontSize(float size);
     float GetCustomFontSize() const { return mFontSize; }
-    // A FontStyle (HostException for another value).
-    void SetCustomFontStyle(int style);
-    int GetCustomFontStyle() const { return mFontStyle; }
-    // How a line too long for the control ends (single line only): none 0
-    // (it runs on), end 1 (cut at the edge), end ellipsis 2 (the default),
-    // path ellipsis 3 (an ellipsis in the middle). HostException otherwise.
-    void SetTextTruncation(int truncation);
-    int GetTextTruncation() const { return mTruncation; }
+    void SetCustomFontStyle(FontStyle style);
+    FontStyle GetCustomFontStyle() const { return mFontStyle; }
+    // How a line too long for the control ends (single line only); an
+    // ellipsis at the end by default.
+    void SetTextTruncation(drawbot::TextTruncation truncation);
+    drawbot::TextTruncation GetTextTruncation() const { return mTruncation; }
 
     // The whole control.
     RectF GetLabelTextRect() const override { return UI_GetBoundsF(); }
@@ -63,8 +61,8 @@ private:
     std::optional<drawbot::ColorRGBA> mColor;
     bool mMultiline = false;
     float mFontSize = 0;
-    int mFontStyle = kFontStyle_Regular;
-    int mTruncation = 2;
+    FontStyle mFontStyle = kFontStyle_Regular;
+    drawbot::TextTruncation mTruncation = drawbot::TextTruncation::EndEllipsis;
 };
 
 } // namespace vyrui::controls

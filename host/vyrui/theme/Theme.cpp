@@ -59,6 +59,12 @@ ThemeDefinition MakeTheme(bool dark)
     t.SetMetric(kThemeMetric_LabelGap, 6);
     t.SetMetric(kThemeMetric_Padding, 8);
     t.SetMetric(kThemeMetric_MarkWidth, 1.75f);
+    t.SetMetric(kThemeMetric_ButtonHeight, 22);
+    t.SetMetric(kThemeMetric_CheckboxHeight, 20);
+    t.SetMetric(kThemeMetric_CheckboxCornerRadius, 3);
+    t.SetMetric(kThemeMetric_DefaultBorderRatio, 2);
+    t.SetMetric(kThemeMetric_MixedFaceRatio, 0.5f);
+    t.SetMetric(kThemeMetric_SeparatorWidth, 1);
     t.SetFont(kThemeFont_Regular, {drawbot::kUIFontFamily, 12, false});
     t.SetFont(kThemeFont_Small, {drawbot::kUIFontFamily, 10, false});
     t.SetFont(kThemeFont_Title, {drawbot::kUIFontFamily, 14, true});
@@ -208,6 +214,16 @@ float ResolvedTheme::Metric(int slot) const
     if (!(value > 0) || !(mScale > 0))
         return value;
     return std::max(1.0f, std::round(value * mScale)) / mScale;
+}
+
+float ResolvedTheme::Ratio(int slot) const
+{
+    return mDefinition->GetMetric(slot);
+}
+
+ColorRGBA ResolvedTheme::Derive(int slot, const ColorRGBA& custom, unsigned state) const
+{
+    return mDefinition->DeriveColor(slot, custom, state);
 }
 
 FontSpec ResolvedTheme::Font(int kind) const

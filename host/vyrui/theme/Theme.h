@@ -6,6 +6,7 @@
 #pragma once
 
 #include "vyrui/drawbot/Painter.h"
+#include "vyrui/theme/ThemeSlots.h"
 #include "vyrui/ui/UI_Node.h"
 
 #include <array>
@@ -14,43 +15,6 @@
 #include <string_view>
 
 namespace vyrui::ui {
-
-// Colour slots (also the keys of a node's custom colours). Scripts define
-// their own from kThemeColor_ApplicationDomainStart.
-enum ThemeColor : int {
-    kThemeColor_WindowBackground = 0,
-    kThemeColor_Text = 1,          // labels; its disabled state is the dimmed text
-    kThemeColor_ControlFill = 2,   // the face of buttons and boxes
-    kThemeColor_ControlBorder = 3,
-    kThemeColor_Accent = 4,        // commit buttons, checked boxes
-    kThemeColor_AccentText = 5,    // text and marks on the accent
-    kThemeColor_FocusRing = 6,
-    kThemeColor_InnerBevel = 7,    // the highlight line inside a raised face
-    kThemeColor_Warning = 8,       // marks that ask for care (an alert's warning sign)
-    kThemeColor_Error = 9,         // marks of failure (an alert's error sign)
-    kThemeColor_Count = 10,
-    kThemeColor_ApplicationDomainStart = 10000,
-};
-
-enum ThemeMetric : int {
-    kThemeMetric_CornerRadius = 0,
-    kThemeMetric_BorderWidth = 1,
-    kThemeMetric_FocusRingWidth = 2,
-    kThemeMetric_FocusRingGap = 3,
-    kThemeMetric_CheckboxSize = 4,
-    kThemeMetric_LabelGap = 5,     // between a box and its label
-    kThemeMetric_Padding = 6,      // between a control's edge and its content
-    kThemeMetric_MarkWidth = 7,    // stroke of check marks and chevrons
-    kThemeMetric_Count = 8,
-};
-
-// Text kinds (the label size ids of controls use the same numbers).
-enum ThemeFont : int {
-    kThemeFont_Regular = 0,
-    kThemeFont_Small = 1,
-    kThemeFont_Title = 2,
-    kThemeFont_Count = 3,
-};
 
 // One theme's values. A colour slot has one colour per look: normal,
 // hovered, pressed and disabled.
@@ -105,8 +69,13 @@ public:
 
     const std::string& GetName() const { return mName; }
     drawbot::ColorRGBA Color(int slot, unsigned state = 0) const;
-    // Whole device pixels (at least one for a size above 0).
+    // A size: whole device pixels (at least one for a size above 0).
     float Metric(int slot) const;
+    // A ratio, as the theme gives it.
+    float Ratio(int slot) const;
+    // `custom` in place of the slot's normal colour, moved for `state` as
+    // the theme moves its own (a custom text colour dims as text dims).
+    drawbot::ColorRGBA Derive(int slot, const drawbot::ColorRGBA& custom, unsigned state) const;
     drawbot::FontSpec Font(int kind) const;
     float GetScale() const { return mScale; }
 

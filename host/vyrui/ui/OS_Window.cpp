@@ -13,8 +13,8 @@
 
 namespace vyrui::ui {
 
-OS_Window::OS_Window(std::string id, const RectF& structureRect)
-    : UI_Node(std::move(id), structureRect)
+OS_Window::OS_Window(std::string id, const RectF& structureRect, std::u16string title)
+    : UI_Node(std::move(id), structureRect), mTitle(std::move(title))
 {
     UI_NodeManager::Get(true)->RegisterWindow(*this);
 }
@@ -202,8 +202,8 @@ void OS_Window::Close()
     UI_ReleaseHandlers();
 }
 
-UI_Dialog::UI_Dialog(std::string id, const RectF& structureRect)
-    : OS_Window(std::move(id), structureRect)
+UI_Dialog::UI_Dialog(std::string id, const RectF& structureRect, std::u16string title)
+    : OS_Window(std::move(id), structureRect, std::move(title))
 {
     UI_Show(false);
 }

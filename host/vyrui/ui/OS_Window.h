@@ -28,7 +28,7 @@ namespace vyrui::ui {
 class OS_Window : public UI_Node {
 public:
     // Registers with the node manager's window list.
-    explicit OS_Window(std::string id = {}, const RectF& structureRect = {});
+    explicit OS_Window(std::string id = {}, const RectF& structureRect = {}, std::u16string title = {});
     ~OS_Window() override;
 
     const std::u16string& GetTitle() const { return mTitle; }
@@ -120,7 +120,7 @@ public:
 class UI_Dialog : public OS_Window {
 public:
     // Hidden until it runs (or is shown).
-    explicit UI_Dialog(std::string id = {}, const RectF& structureRect = {});
+    explicit UI_Dialog(std::string id = {}, const RectF& structureRect = {}, std::u16string title = {});
     ~UI_Dialog() override;
 
     // Modal without blocking: input to other trees is refused until

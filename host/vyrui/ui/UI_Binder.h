@@ -1,8 +1,9 @@
 // What a node hands its notifications to: input messages it did not handle
-// natively, and any other named notification a control sends (value
-// changes, interactive phases, a tree's or list box's callbacks). The
-// scripting layer installs one binder per node and answers each
-// notification with "handled" or not.
+// natively, and any other named notification a node sends (a script-drawn
+// view's drawing, a tree's or list box's callbacks). Value changes and
+// interactive phases are host callbacks of the control instead
+// (UI_ControlView::NotifyWhenChanged). The scripting layer installs one
+// binder per node and answers each notification with "handled" or not.
 //
 // There is one entry point for every kind of notification: a name and a
 // list of arguments in host terms. Adding a notification is choosing a name

@@ -35,5 +35,8 @@ return {
     t:SetIsMultiline(true) t:SetCustomFontSize(18) t:SetCustomFontStyle(1) t:SetTextTruncation(0)
     assert(not pcall(t.SetCustomTextColor, t, 'red'))
     assert(not pcall(t.SetAlignment, t, 99))
+    assert(not pcall(t.SetCustomFontStyle, t, 2))
+    local ok, err = pcall(t.SetTextTruncation, t, 4)
+    assert(not ok and err:find('(invalid kTextTruncation)', 1, true), err)
   end},
 }

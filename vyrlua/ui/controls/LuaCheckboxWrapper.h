@@ -12,6 +12,7 @@ class LuaCheckboxWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrCheckbox";
+    static constexpr const char* kConstructorName = "NewCheckbox";
     static const luaL_Reg methods[];
 };
 

@@ -131,9 +131,10 @@ const luaL_Reg LuaInteractiveControlViewWrapper::methods[] = {
 const luaL_Reg LuaTextControlBaseWrapper::methods[] = {
     {"SetLabelText", Method<UI_TextControlBase, &UI_TextControlBase::SetLabelText, Utf16>},
     {"GetLabelText", Method<UI_TextControlBase, &UI_TextControlBase::GetLabelText>},
-    {"SetFontSizeId", Method<UI_TextControlBase, &UI_TextControlBase::SetFontSizeId, Int>},
+    {"SetFontSizeId", Method<UI_TextControlBase, &UI_TextControlBase::SetFontSizeId,
+                             EnumArg<vyrui::ui::ThemeFont, vyrui::ui::kThemeFont_Count, "font size id">>},
     {"GetLabelTextRect", Method<UI_TextControlBase, &UI_TextControlBase::GetLabelTextRect>},
-    {"SetTextAlignment", Method<UI_TextControlBase, &UI_TextControlBase::SetTextAlignment, Int>},
+    {"SetTextAlignment", Method<UI_TextControlBase, &UI_TextControlBase::SetTextAlignment, TextAlignmentArg>},
     {nullptr, nullptr},
 };
 

@@ -28,7 +28,8 @@ public:
     static const luaL_Reg methods[];
 };
 
-struct LuaTextControlBaseWrapper : LuaWrapperMixin<LuaTextControlBaseWrapper> {
+struct LuaTextControlBaseWrapper
+    : LuaWrapperMixin<LuaTextControlBaseWrapper, vyrui::controls::UI_TextControlBase> {
     static const luaL_Reg methods[];
 };
 

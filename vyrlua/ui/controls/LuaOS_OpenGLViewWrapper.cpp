@@ -3,7 +3,6 @@
 #include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/ui/LuaWrapperMethods.h"
 #include "vyrlua/ui/VyrBinder.h"
-#include "vyrlua/ui/controls/LuaOS_OpenGLView.h"
 #include "vyrlua/utility/LuaProtectedCall.h"
 
 namespace vyrlua::ui {
@@ -112,16 +111,6 @@ void LuaOS_OpenGLViewWrapper::PublishConstants(lua_State* L)
         lua_pushstring(L, name);
         lua_setfield(L, -2, name);
     }
-}
-
-int NewOpenGLViewBody(lua_State* L)
-{
-    std::string id(utility::OptLString(L, 1, {}));
-    vyrcore::geom::RectF rect;
-    if (!lua_isnoneornil(L, 2))
-        drawbot::GetRectF32FromLua(L, 2, rect);
-    NodePtr view(new LuaOS_OpenGLView(std::move(id), rect));
-    return LuaControlWrapperFactory(view, L) ? 1 : 0;
 }
 
 } // namespace vyrlua::ui

@@ -6,7 +6,7 @@
 
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
 #include "vyrlua/ui/LuaWrapperClass.h"
-#include "vyrui/ui/OS_OpenGLView.h"
+#include "vyrlua/ui/controls/LuaOS_OpenGLView.h"
 
 namespace vyrlua::ui {
 
@@ -15,11 +15,10 @@ class LuaOS_OpenGLViewWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrOSOpenGLView";
+    static constexpr const char* kConstructorName = "NewOpenGLView";
+    using ConstructedNode = LuaOS_OpenGLView;
     static const luaL_Reg methods[];
     static void PublishConstants(lua_State* L);
 };
-
-// vyrcontrols.NewOpenGLView([id], [rect]) -> a new OpenGL view, in no tree.
-int NewOpenGLViewBody(lua_State* L);
 
 } // namespace vyrlua::ui

@@ -15,6 +15,7 @@ class LuaOS_WindowWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrOS_Window";
+    static constexpr const char* kConstructorName = "NewWindow";
     static const luaL_Reg methods[];
 };
 
@@ -23,6 +24,7 @@ class LuaDialogWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrLuaDialog";
+    static constexpr const char* kConstructorName = "NewDialog";
     static const luaL_Reg methods[];
 };
 

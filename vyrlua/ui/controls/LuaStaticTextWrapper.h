@@ -13,6 +13,7 @@ class LuaStaticTextWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrStaticText";
+    static constexpr const char* kConstructorName = "NewStaticText";
     static const luaL_Reg methods[];
 };
 

@@ -13,6 +13,7 @@ class LuaUI_ButtonWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrButton";
+    static constexpr const char* kConstructorName = "NewButton";
     static const luaL_Reg methods[];
 };
 

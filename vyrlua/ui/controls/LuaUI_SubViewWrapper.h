@@ -3,7 +3,7 @@
 #pragma once
 
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
-#include "vyrui/ui/UI_SubView.h"
+#include "vyrlua/ui/controls/LuaSubView.h"
 
 namespace vyrlua::ui {
 
@@ -12,6 +12,9 @@ class LuaUI_SubViewWrapper
 public:
     using LuaWrapperClass::LuaWrapperClass;
     static constexpr const char* kMetatableName = "vyrSubView";
+    // Scripts get a view they draw.
+    static constexpr const char* kConstructorName = "NewSubView";
+    using ConstructedNode = LuaSubView;
     static const luaL_Reg methods[];
 };
 
