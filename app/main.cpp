@@ -5,6 +5,7 @@
 #include "app/HostRuntime.h"
 #include "app/InputModule.h"
 #include "app/ScriptWatch.h"
+#include "app/TestRunner.h"
 #include "app/WindowMode.h"
 #include "app/WindowRenderer.h"
 
@@ -30,6 +31,7 @@ namespace {
 constexpr const char* kUsage = R"(usage: vyrlua-host [options] SCRIPT [ARGS...]
        vyrlua-host [options] --console [SCRIPT [ARGS...]]
        vyrlua-host --dump-api markdown|lua
+       vyrlua-host --test [test options] [PATH...]
 
 Runs SCRIPT in the reference host with the vyrlua library loaded. ARGS are
 passed to the script as arg[1..] and as the chunk's "...".
@@ -83,6 +85,24 @@ options:
   --log-file FILE        write log lines to FILE instead of stderr
   --crash-report FILE    on a fatal signal, write a crash report to FILE
 
+With --test, runs the test files among PATHs (files named *_test.lua or
+*-test.lua in the directories, searched recursively, and files named
+directly; none: the current directory). Each file runs in a fresh Lua state,
+headless, on the virtual clock, with fresh temporary settings, and declares
+its tests with require("vyrhost.test") (docs/testing.md). One line per
+failure, "FILE:LINE: FAIL|ERROR TEST: MESSAGE", then "N passed, M failed";
+exit status 1 when any failed.
+test options:
+  --junit FILE           also write the results as JUnit XML to FILE
+  --update-goldens       write golden images that are missing or differ
+                         instead of failing
+  --time-limit SECONDS   how long each test may run on the virtual clock
+                         (default 60)
+  --instruction-limit N  how many Lua instructions each test may run
+                         (default 2e8): a busy loop fails rather than hangs
+  --watch                run the files again whenever one, or a module it
+                         required, changes; new test files are run too
+
 Errors are reported once per distinct message, with file, line and traceback.
 Exit status: 0 when the script ran to its end, 1 on an error in the script
 (or any reported error with --strict), 2 on bad options.
@@ -105,6 +125,8 @@ struct Options {
     bool frame = true;
     std::string renderDir;
     std::string dumpApi;
+    bool test = false;
+    vyrhost::TestOptions testOptions;
     std::string script;
     std::vector<std::string> args;
 };
@@ -196,12 +218,32 @@ int ParseOptions(int argc, char** argv, Options& options)
             if (!value(options.dumpApi) ||
                 (options.dumpApi != "markdown" && options.dumpApi != "lua"))
                 return Fail("--dump-api needs a format: markdown or lua");
+        } else if (option == "--test") {
+            options.test = true;
+        } else if (option == "--junit") {
+            if (!value(options.testOptions.junitFile) || options.testOptions.junitFile.empty())
+                return Fail("--junit needs a file");
+        } else if (option == "--update-goldens") {
+            options.testOptions.updateGoldens = true;
+        } else if (option == "--time-limit") {
+            if (!value(text) || !ParseNumber(text, 0.001, 1e6, options.testOptions.timeLimit))
+                return Fail("--time-limit needs a number of seconds from 0.001 to 1e6");
+        } else if (option == "--instruction-limit") {
+            if (!value(text) || !ParseNumber(text, 1e4, 1e15, options.testOptions.instructionLimit))
+                return Fail("--instruction-limit needs a number from 1e4 to 1e15");
         } else if (option == "--") {
             ++i;
             break;
         } else {
             return Fail("unknown option " + option + " (see --help)");
         }
+    }
+    if (options.test) {
+        if (options.console || !options.dumpApi.empty())
+            return Fail("--test cannot be used with --console or --dump-api");
+        options.testOptions.paths.assign(argv + i, argv + argc);
+        options.testOptions.watch = options.watch;
+        return -1;
     }
     if (i >= argc && (options.console || !options.dumpApi.empty()))
         return -1;
@@ -302,6 +344,10 @@ int main(int argc, char** argv)
 
     int status = 0;
     try {
+        if (options.test) {
+            options.testOptions.host = options.host;
+            return vyrhost::RunTests(options.testOptions, std::cout);
+        }
         if (!options.dumpApi.empty()) {
             vyrhost::HostRuntime runtime(options.host);
             std::cout << vyrhost::DumpApi(runtime.State(), options.dumpApi);
