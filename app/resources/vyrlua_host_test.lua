@@ -31,8 +31,14 @@ local function callerWhere(level)
   end
 end
 
+-- The first failure of the running test, kept for when it is raised where
+-- the host catches it (a handler, a modal answer) and reports it as an error.
+local pending
+
 local function fail(message, level)
-  error(setmetatable({message = message, where = callerWhere((level or 1) + 1)}, Failure), 0)
+  local failure = setmetatable({message = message, where = callerWhere((level or 1) + 1)}, Failure)
+  pending = pending or failure
+  error(failure, 0)
 end
 
 -- Values as a test author reads them: strings quoted, tables in short.
@@ -220,6 +226,7 @@ function M.test(name, f)
   end
   local declared = callerWhere(2)
   host.begin(timeLimit)
+  pending = nil
   local status, message, where = "pass"
   for _, setup in ipairs(setups) do
     status, message, where = run(setup, declared)
@@ -234,10 +241,17 @@ function M.test(name, f)
       status, message, where = s, "in teardown: " .. m, w
     end
   end
-  -- An error a handler, timer or draw raised during the test fails it too.
+  -- An error a handler, timer or draw raised during the test fails it too;
+  -- a failed assertion there fails it as itself.
   local reported = host.reported()
+  if pending then
+    status, message, where = "fail", pending.message, pending.where
+    reported = nil
+  end
   if reported and status == "pass" then
     status, message, where = "error", "reported: " .. reported, reported:match("^([^:\n]+:%d+):") or declared
+  elseif reported then
+    message = message .. "; reported: " .. reported
   end
   host.record(name, status, message, where or declared)
   return status == "pass"
