@@ -4,7 +4,6 @@
 #include "app/ScriptWatch.h"
 #include "app/WindowRenderer.h"
 #include "vyrcore/config.h"
-#include "vyrlua/ui/LuaControlWrapperBase.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
 #include "vyrlua/utility/LuaModules.h"
@@ -317,11 +316,7 @@ int GoldenBody(lua_State* L)
     if (!(tolerance >= 0 && tolerance <= 255))
         throw vyrlua::utility::ArgumentError(5, "tolerance from 0 to 255 expected");
     bool frame = lua_toboolean(L, 6) != 0;
-    vyrlua::ui::LuaControlWrapperBase* wrapper = vyrlua::ui::GetControlUserData(L, 1);
-    vyrui::ui::UI_Node::Ptr node = wrapper ? wrapper->GetNode() : nullptr;
-    if (!node)
-        throw vyrlua::utility::ArgumentError(1, "node expected, got " +
-                                                    std::string(wrapper ? "a released one" : luaL_typename(L, 1)));
+    vyrui::ui::UI_Node::Ptr node = CheckNode(L, 1);
     std::string problem = Golden(*node, std::string(path), static_cast<float>(scale), std::string(theme),
                                  static_cast<int>(tolerance), frame);
     node.reset();
