@@ -1,6 +1,7 @@
 #include "app/HostRuntime.h"
 
 #include "app/HostUndo.h"
+#include "app/Inspect.h"
 #include "app/ImageWriter.h"
 #include "app/InputModule.h"
 #include "vyrcore/config.h"
@@ -128,6 +129,7 @@ int HostRuntime::StartUp(lua_State* L)
     vyrlua::PreloadLuaModules(L);
     PreloadImageWriter(L);
     PreloadInputModule(L);
+    PreloadInspectModule(L);
     // The loader is needed before the library is on package.cpath.
     vyrlua::SetPreloadedModule(L, "vyrlua.EmbeddedCodeLoader", luaopen_vyrlua_EmbeddedCodeLoader);
     vyrlua::InitEmbeddedCodeLoader(L, options->embeddedFirst);

@@ -3,6 +3,7 @@
 #include "app/Console.h"
 #include "app/ErrorReport.h"
 #include "app/HostRuntime.h"
+#include "app/Inspect.h"
 #include "app/InputModule.h"
 #include "app/ScriptWatch.h"
 #include "app/TestRunner.h"
@@ -61,6 +62,10 @@ options:
                          "-2", "-3", ... for a name used twice; a title bar
                          with the window's title sits above its content
   --no-frame             with --render: the content only, no title bar
+  --dump-tree            (headless) at the end of the run, print the node tree
+                         of every shown top-level window: per node its
+                         metatable, ID, rectangle, theme and bound operations
+                         (what require("vyrhost.inspect")(node) returns)
   --watch                run SCRIPT again whenever it or a module it required
                          from disk changes (once the files have stayed the
                          same for a tenth of a second), closing and rebuilding
@@ -124,6 +129,7 @@ struct Options {
     bool virtualClock = false;
     bool frame = true;
     std::string renderDir;
+    bool dumpTree = false;
     std::string dumpApi;
     bool test = false;
     vyrhost::TestOptions testOptions;
@@ -207,6 +213,8 @@ int ParseOptions(int argc, char** argv, Options& options)
             if (!value(text) || !ParseNumber(text, 0.25, 8, number))
                 return Fail("--scale needs a factor from 0.25 to 8");
             options.scale = static_cast<float>(number);
+        } else if (option == "--dump-tree") {
+            options.dumpTree = true;
         } else if (option == "--no-frame") {
             options.frame = false;
         } else if (option == "--virtual-clock") {
@@ -307,6 +315,8 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
         if (vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0) != 0)
             return Outcome::Failed;
     }
+    if (options.dumpTree)
+        std::cout << vyrhost::DumpWindowTrees(runtime.State());
     if (!options.renderDir.empty()) {
         for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir, options.scale, options.frame))
             std::cout << "rendered " << path << "\n";
@@ -338,7 +348,7 @@ int main(int argc, char** argv)
     vyrcore::config::SetErrorSink([&report](const std::string& message) { report.Report(message); });
     options.host.tracebacks = true;
 
-    const bool headless = options.headless || options.console || !options.renderDir.empty() ||
+    const bool headless = options.headless || options.console || !options.renderDir.empty() || options.dumpTree ||
                           !options.dumpApi.empty() || !vyrhost::WindowMode::DisplayAvailable();
     vyrhost::SetHeadless(headless);
 

@@ -123,6 +123,21 @@ TEST_F(InputSimulationTest, EventTablesAreReadStrictly)
               "string)");
 }
 
+// inspect(node) is the tree as tables, tree(node) as text; --dump-tree
+// prints the latter for each window.
+TEST_F(InputSimulationTest, InspectShowsTheTreeWithWhatOnlyTheHostKnows)
+{
+    Run("win:SetThemeName('dark') inspect = require 'vyrhost.inspect' info = inspect(outer)");
+    EXPECT_EQ(Eval("return ('%s %s %g %g %d %s %s'):format(info.id, info.theme, info.rect.left, info.rect.width, "
+                   "#info.children, info.operations[1], info.children[1].id)"),
+              "outer dark 10 100 2 OnDoMouseEvent inner");
+    EXPECT_EQ(Eval("return inspect.tree(outer)"),
+              "vyrUINode \"outer\"  10,10 100x50  theme dark  binds OnDoMouseEvent\n"
+              "  vyrUINode \"inner\"  5,5 20x20  theme dark  binds OnDoMouseEvent\n"
+              "  vyrUINode \"off\"  50,5 20x20  theme dark\n");
+    EXPECT_EQ(Error("inspect(nil)"), "test:1: bad argument #1 to 'inspect' (node expected, got nil)");
+}
+
 // Errors name the function, the argument as the script wrote it and the
 // field, however the function was called.
 TEST_F(InputSimulationTest, ErrorsSayWhere)
