@@ -138,7 +138,7 @@ int DumpBody(lua_State* L)
     lua_getglobal(L, "require");
     lua_pushliteral(L, "vyrhost.inspect");
     lua_call(L, 1, 1);
-    lua_getfield(L, -1, "_dump");
+    lua_getfield(L, -1, "dump");
     lua_call(L, 0, 1);
     return 1;
 }

@@ -7,6 +7,7 @@
 //                      theme = "dark", operations = {"OnDoMouseEvent"},
 //                      children = {...}}
 //   inspect.tree(node) --> the same as indented text, one node a line
+//   inspect.dump()     --> the trees of all shown top-level windows
 #pragma once
 
 #include "vyrlua/utility/LuaApi.h"

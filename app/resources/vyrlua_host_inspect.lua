@@ -44,8 +44,9 @@ function M.tree(node)
   return table.concat(out, "\n") .. "\n"
 end
 
--- The trees of all shown top-level windows, a blank line between them.
-function M._dump()
+-- dump(): the trees of all shown top-level windows (as --dump-tree prints
+-- them), a blank line between them.
+function M.dump()
   local out = {}
   for _, window in ipairs(host.windows()) do out[#out + 1] = M.tree(window) end
   return table.concat(out, "\n")
