@@ -10,6 +10,7 @@
 #include "app/WindowMode.h"
 #include "app/WindowRenderer.h"
 
+#include "vyrlua/ui/KnownOperations.h"
 #include "vyrcore/config.h"
 #include "vyrcore/debug.h"
 #include "vyrcrashreporter/CrashReporter.h"
@@ -73,7 +74,10 @@ options:
                          goes on, a module that failed to load included
   --strict               any error reported (in a handler, a timer, a draw or
                          undo callback) ends the run with exit status 1 (with
-                         --watch: fails that run; the next one starts afresh)
+                         --watch: fails that run; the next one starts afresh);
+                         binding an operation no node dispatches (a misspelt
+                         "OnMouseDown") is an error at the binding, not a
+                         warning
   --dump-api FORMAT      write what the library registers, read from a live
                          state, to standard output: "markdown" (docs/api.md)
                          or "lua" (language server ---@meta definitions)
@@ -351,6 +355,9 @@ int main(int argc, char** argv)
     const bool headless = options.headless || options.console || !options.renderDir.empty() || options.dumpTree ||
                           !options.dumpApi.empty() || !vyrhost::WindowMode::DisplayAvailable();
     vyrhost::SetHeadless(headless);
+    // A handler bound to an operation no node dispatches never runs.
+    vyrlua::ui::SetUnknownOperationPolicy(options.strict || options.test ? vyrlua::ui::UnknownOperation::Error
+                                                                          : vyrlua::ui::UnknownOperation::Warn);
 
     int status = 0;
     try {

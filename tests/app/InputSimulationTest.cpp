@@ -2,6 +2,7 @@
 // real input would; and event tables are read strictly.
 #include "support/LuaFixture.h"
 
+#include "vyrlua/ui/KnownOperations.h"
 #include "vyrui/EventLoop.h"
 
 namespace {
@@ -156,6 +157,15 @@ TEST_F(InputSimulationTest, ErrorsSayWhere)
               "test:1: bad argument #4 to 'DrawString' (table expected, got no value)");
     EXPECT_EQ(Eval("return select(2, pcall(s.DrawString, s, 'hi', 1, 2))"),
               "bad argument #5 to 'DrawString' (table expected, got no value)");
+    // A misspelt operation would never run: under --strict it is an error.
+    vyrlua::ui::SetUnknownOperationPolicy(vyrlua::ui::UnknownOperation::Error);
+    std::string misspelt = Error("win:BindVyrOperation('OnMouseDown', function() end)");
+    vyrlua::ui::SetUnknownOperationPolicy(vyrlua::ui::UnknownOperation::Warn);
+    EXPECT_EQ(misspelt, "test:1: BindVyrOperation: no node dispatches the operation 'OnMouseDown', so its "
+                        "handler would never run (operations: OnDoMouseEvent OnDoPreMouseEvent OnDoKeyboardEvent "
+                        "OnDoTouchEvent OnDoMultiTouchEvent OnDoGestureEvent OnDoCursor OnDraw OnSizeChanged "
+                        "OnLayoutChildren)");
+    EXPECT_EQ(Eval("return win:BindVyrOperation('OnMouseDown', function() end)"), "true");
 }
 
 } // namespace
