@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace {
 
@@ -151,4 +153,28 @@ TEST(TestRunnerTest, GoldenMismatchWritesActualAndDifferenceBesideTheReference)
     // The reference stays until the switch writes the change.
     EXPECT_EQ(RunTests(dir, "--update-goldens").status, 0);
     EXPECT_EQ(RunTests(dir).status, 0);
+}
+
+// The testing reference names every function the two modules have.
+TEST(TestRunnerTest, ReferenceDocumentsEveryFunction)
+{
+    const char* data = std::getenv("VYRLUA_TEST_DATA");
+    ASSERT_NE(data, nullptr);
+    fs::path docs = fs::path(data).parent_path().parent_path().parent_path() / "docs" / "testing.md";
+    std::ifstream in(docs);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    fs::path dir = Suite("runner-doc", {{"names_test.lua",
+        "for _, m in ipairs{{'t', t}, {'input', require 'vyrhost.input'}} do\n"
+        "  for k, v in pairs(m[2]) do\n"
+        "    if type(v) == 'function' and k:sub(1, 1) ~= '_' then print(m[1] .. '.' .. k) end\n"
+        "  end\n"
+        "end\n"
+        "t.test('listed', function() end)\n"}});
+    Outcome o = RunTests(dir);
+    ASSERT_EQ(o.status, 0) << o.out;
+    std::istringstream names(o.out);
+    int count = 0;
+    for (std::string name; std::getline(names, name) && name.find(' ') == std::string::npos; ++count)
+        EXPECT_NE(text.find("`" + name + "("), std::string::npos) << name << " is not in docs/testing.md";
+    EXPECT_GT(count, 20);
 }
