@@ -190,6 +190,21 @@ std::string HostRuntime::RunFile(const std::string& path, const std::vector<std:
     return error;
 }
 
+int RequireWithHostFunctions(lua_State* L, const char* resource, const luaL_Reg* functions)
+{
+    lua_getglobal(L, "require");
+    lua_pushstring(L, resource);
+    lua_call(L, 1, 1);
+    lua_getfield(L, -1, "_attach");
+    if (lua_isfunction(L, -1)) {
+        vyrlua::RegisterModule(L, functions);
+        lua_call(L, 1, 0);
+    } else {
+        lua_pop(L, 1);
+    }
+    return 1;
+}
+
 bool HostRuntime::Settle(int maxPasses)
 {
     vyrui::EventLoop& loop = mApp->GetEventLoop();

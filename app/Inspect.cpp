@@ -1,5 +1,6 @@
 #include "app/Inspect.h"
 
+#include "app/HostRuntime.h"
 #include "app/InputModule.h"
 #include "vyrcore/config.h"
 #include "vyrlua/ui/LuaBinder.h"
@@ -120,17 +121,7 @@ const luaL_Reg kHostFunctions[] = {
 
 int OpenInspect(lua_State* L)
 {
-    lua_getglobal(L, "require");
-    lua_pushliteral(L, "vyrlua.host.inspect");
-    lua_call(L, 1, 1);
-    lua_getfield(L, -1, "_attach");
-    if (lua_isfunction(L, -1)) {
-        vyrlua::RegisterModule(L, kHostFunctions);
-        lua_call(L, 1, 0);
-    } else {
-        lua_pop(L, 1);
-    }
-    return 1;
+    return RequireWithHostFunctions(L, "vyrlua.host.inspect", kHostFunctions);
 }
 
 int DumpBody(lua_State* L)

@@ -339,17 +339,7 @@ const luaL_Reg kHostFunctions[] = {
 // The module, attached to this run.
 int OpenTestModule(lua_State* L)
 {
-    lua_getglobal(L, "require");
-    lua_pushliteral(L, "vyrlua.host.test");
-    lua_call(L, 1, 1);
-    lua_getfield(L, -1, "_attach");
-    if (lua_isfunction(L, -1)) {
-        vyrlua::RegisterModule(L, kHostFunctions);
-        lua_call(L, 1, 0);
-    } else {
-        lua_pop(L, 1);
-    }
-    return 1;
+    return RequireWithHostFunctions(L, "vyrlua.host.test", kHostFunctions);
 }
 
 // "file:line" at the start of an error message, else the file.
