@@ -388,6 +388,17 @@ void RunFile(const TestOptions& options, const std::string& file, std::vector<Te
     run.results = &results;
     run.loop = &loop;
     gRun = &run;
+    // However the file's run ends, nothing is left pointing at it.
+    struct Detach {
+        lua_State* L;
+        ~Detach()
+        {
+            if (L)
+                lua_sethook(L, nullptr, 0, 0);
+            vyrcore::config::SetErrorSink([](const std::string& message) { std::cerr << message << "\n"; });
+            gRun = nullptr;
+        }
+    } detach{runtime.State()};
     Begin(0);
     lua_State* L = runtime.State();
     vyrlua::SetPreloadedModule(L, "vyrhost.test", LuaBoundary<OpenTestModule>);
@@ -411,10 +422,6 @@ void RunFile(const TestOptions& options, const std::string& file, std::vector<Te
     if (results.size() == before)
         results.push_back({file, "(file)", "error", "no tests (declare them with require(\"vyrhost.test\").test)",
                            file, 0});
-    lua_sethook(L, nullptr, 0, 0);
-    runtime.Close();
-    vyrcore::config::SetErrorSink([](const std::string& message) { std::cerr << message << "\n"; });
-    gRun = nullptr;
 }
 
 bool IsTestFile(const fs::path& path)
