@@ -41,6 +41,18 @@ local function fail(message, level)
   error(failure, 0)
 end
 
+-- A table's keys in an order that does not depend on the Lua in use.
+local function sortedKeys(t)
+  local keys = {}
+  for k in pairs(t) do keys[#keys + 1] = k end
+  table.sort(keys, function(a, b)
+    if type(a) ~= type(b) then return type(a) < type(b) end
+    if type(a) == "number" or type(a) == "string" then return a < b end
+    return tostring(a) < tostring(b)
+  end)
+  return keys
+end
+
 -- Values as a test author reads them: strings quoted, tables in short.
 local function show(value, depth)
   depth = depth or 0
@@ -49,7 +61,8 @@ local function show(value, depth)
   elseif type(value) == "table" and getmetatable(value) == nil then
     if depth > 1 then return "{...}" end
     local parts, n = {}, 0
-    for k, v in pairs(value) do
+    for _, k in ipairs(sortedKeys(value)) do
+      local v = value[k]
       n = n + 1
       if n > 8 then parts[#parts + 1] = "..." break end
       local key = type(k) == "string" and k:match("^[%a_][%w_]*$") and k or "[" .. show(k, depth + 1) .. "]"
@@ -77,7 +90,8 @@ local function differences(actual, expected, path, out, room, seen)
     seen = seen or {}
     if seen[actual] == expected then return end
     seen[actual] = expected
-    for k, v in pairs(expected) do
+    for _, k in ipairs(sortedKeys(expected)) do
+      local v = expected[k]
       if actual[k] == nil then
         out[#out + 1] = pathOf(path, k) .. ": missing (expected " .. show(v) .. ")"
         if #out >= room then return end
@@ -85,10 +99,10 @@ local function differences(actual, expected, path, out, room, seen)
         differences(actual[k], v, pathOf(path, k), out, room, seen)
       end
     end
-    for k, v in pairs(actual) do
+    for _, k in ipairs(sortedKeys(actual)) do
       if #out >= room then return end
       if expected[k] == nil then
-        out[#out + 1] = pathOf(path, k) .. ": unexpected " .. show(v)
+        out[#out + 1] = pathOf(path, k) .. ": unexpected " .. show(actual[k])
       end
     end
   elseif actual ~= expected and not (actual ~= actual and expected ~= expected) then

@@ -55,8 +55,8 @@ TEST(TestRunnerTest, ReportsEachFailureWithItsPlaceAndEndsWithTheCounts)
     Outcome o = RunTests(dir, "--junit " + (dir / "junit.xml").string());
     EXPECT_EQ(o.status, 1);
     EXPECT_EQ(o.out,
-              "a_test.lua:3: FAIL compares tables: the layout: tables differ: .c: missing (expected \"x\"); "
-              ".b[2]: expected 4, got 3\n"
+              "a_test.lua:3: FAIL compares tables: the layout: tables differ: .b[2]: expected 4, got 3; "
+              ".c: missing (expected \"x\")\n"
               "a_test.lua:5: ERROR indexes nil: attempt to index local 'x' (a nil value)\n"
               "a_test.lua:6: FAIL expects an error: expected an error containing \"boom\", none was raised\n"
               "b-test.lua:4: FAIL fails: on purpose\n"
