@@ -1,6 +1,7 @@
 #include "app/HostRuntime.h"
 
 #include "app/HostUndo.h"
+#include "app/Inspect.h"
 #include "app/ImageWriter.h"
 #include "app/InputModule.h"
 #include "vyrcore/config.h"
@@ -128,6 +129,7 @@ int HostRuntime::StartUp(lua_State* L)
     vyrlua::PreloadLuaModules(L);
     PreloadImageWriter(L);
     PreloadInputModule(L);
+    PreloadInspectModule(L);
     // The loader is needed before the library is on package.cpath.
     vyrlua::SetPreloadedModule(L, "vyrlua.EmbeddedCodeLoader", luaopen_vyrlua_EmbeddedCodeLoader);
     vyrlua::InitEmbeddedCodeLoader(L, options->embeddedFirst);
@@ -186,6 +188,21 @@ std::string HostRuntime::RunFile(const std::string& path, const std::vector<std:
     }
     lua_settop(mL, 0);
     return error;
+}
+
+int RequireWithHostFunctions(lua_State* L, const char* resource, const luaL_Reg* functions)
+{
+    lua_getglobal(L, "require");
+    lua_pushstring(L, resource);
+    lua_call(L, 1, 1);
+    lua_getfield(L, -1, "_attach");
+    if (lua_isfunction(L, -1)) {
+        vyrlua::RegisterModule(L, functions);
+        lua_call(L, 1, 0);
+    } else {
+        lua_pop(L, 1);
+    }
+    return 1;
 }
 
 bool HostRuntime::Settle(int maxPasses)

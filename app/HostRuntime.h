@@ -32,6 +32,11 @@ struct HostOptions {
 
 class HostUndo;
 
+// In a module opener (behind the boundary): requires the Lua resource
+// module `resource` and, the first time, hands its _attach function a table
+// of the host's `functions`; leaves the module on the stack and returns 1.
+int RequireWithHostFunctions(lua_State* L, const char* resource, const luaL_Reg* functions);
+
 class HostRuntime {
 public:
     // Creates the application and the state, then runs the start-up order:

@@ -1,6 +1,7 @@
 #include "app/InputModule.h"
 
 #include "exo/app/App.h"
+#include "vyrlua/ui/EventFields.h"
 #include "vyrlua/ui/LuaControlWrapperBase.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/ui/LuaUIEvents.h"
@@ -57,15 +58,6 @@ double Stamp(bool newSequence)
     return gLastStamp;
 }
 
-// The node at `index`, held for the routing that may run script code.
-UI_Node::Ptr CheckNode(lua_State* L, int index)
-{
-    vyrlua::ui::LuaControlWrapperBase* wrapper = vyrlua::ui::GetControlUserData(L, index);
-    UI_Node::Ptr node = wrapper ? wrapper->GetNode() : nullptr;
-    if (!node)
-        throw vyrlua::utility::ArgumentError(index, "node expected, got a released one");
-    return node;
-}
 
 uint32_t ModifierNamed(std::string_view name)
 {
@@ -306,6 +298,9 @@ int WheelBody(lua_State* L)
 int MouseBody(lua_State* L)
 {
     if (lua_type(L, 2) == LUA_TTABLE) {
+        // Checked here first, so that a misspelt field is reported as this
+        // function's, not the constructor's.
+        vyrlua::ui::RefuseUnknownFields(L, 2, "mouse", vyrlua::ui::kMouseEventFieldNames);
         lua_pushliteral(L, "vyrlua_CreateNewVYRUIMouseEvent");
         lua_rawget(L, LUA_GLOBALSINDEX);
         lua_pushvalue(L, 2);
@@ -548,6 +543,17 @@ int OpenApp(lua_State* L)
 }
 
 } // namespace
+
+UI_Node::Ptr CheckNode(lua_State* L, int index)
+{
+    if (lua_type(L, index) != LUA_TUSERDATA)
+        throw vyrlua::utility::ArgumentError(index, std::string("node expected, got ") + luaL_typename(L, index));
+    vyrlua::ui::LuaControlWrapperBase* wrapper = vyrlua::ui::GetControlUserData(L, index);
+    UI_Node::Ptr node = wrapper ? wrapper->GetNode() : nullptr;
+    if (!node)
+        throw vyrlua::utility::ArgumentError(index, "node expected, got a released one");
+    return node;
+}
 
 void PreloadInputModule(lua_State* L)
 {

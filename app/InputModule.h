@@ -49,6 +49,7 @@
 #pragma once
 
 #include "vyrlua/utility/LuaApi.h"
+#include "vyrui/ui/UI_Node.h"
 
 namespace vyrhost {
 
@@ -56,6 +57,10 @@ namespace vyrhost {
 // dialogs run modally in the headless way (WindowMode installs its own
 // loop while it lives).
 void PreloadInputModule(lua_State* L);
+
+// The live node a script passed at `index`, held for work that may run
+// script code; an argument error ("node expected, got nil") otherwise.
+vyrui::ui::UI_Node::Ptr CheckNode(lua_State* L, int index);
 
 // What the program tells scripts, and what they ask of it.
 void SetHeadless(bool headless);

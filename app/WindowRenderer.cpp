@@ -51,8 +51,17 @@ std::string Number(float value)
     return text;
 }
 
-// The window as a screen shows it: a title bar with the title above the
-// window's content.
+std::string Describe(const vyrui::ui::OS_Window& window, size_t index)
+{
+    std::string title = vyrcore::string::UTF16to8(window.GetTitle());
+    std::string text = window.UI_GetNodeID().empty()
+                           ? "window " + std::to_string(index + 1) + " (no ID)"
+                           : "window '" + window.UI_GetNodeID() + "'";
+    return title.empty() ? text : text + " (\"" + title + "\")";
+}
+
+} // namespace
+
 boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
     vyrui::ui::OS_Window& window, vyrui::drawbot::SurfaceInterface& content)
 {
@@ -77,17 +86,6 @@ boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
     framed->DrawImage(*content.GetSurfaceImage(), {0, static_cast<float>(bar)}, 1);
     return framed;
 }
-
-std::string Describe(const vyrui::ui::OS_Window& window, size_t index)
-{
-    std::string title = vyrcore::string::UTF16to8(window.GetTitle());
-    std::string text = window.UI_GetNodeID().empty()
-                           ? "window " + std::to_string(index + 1) + " (no ID)"
-                           : "window '" + window.UI_GetNodeID() + "'";
-    return title.empty() ? text : text + " (\"" + title + "\")";
-}
-
-} // namespace
 
 std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale, bool frame)
 {

@@ -8,8 +8,14 @@
 // taken in this run gets "-2", "-3", ... before ".png".
 #pragma once
 
+#include "vyrui/drawbot/DrawbotInterfaces.h"
+
 #include <string>
 #include <vector>
+
+namespace vyrui::ui {
+class OS_Window;
+}
 
 namespace vyrhost {
 
@@ -19,6 +25,11 @@ std::string SafeWindowFileName(const std::string& id, size_t index,
 
 // Height of the title bar drawn above a window's content, in view units.
 inline constexpr float kTitleBarHeight = 24;
+
+// The window as a screen shows it: a title bar with the title (or ID) above
+// `content`, the window's rendered content.
+boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
+    vyrui::ui::OS_Window& window, vyrui::drawbot::SurfaceInterface& content);
 
 // Renders every shown top-level window into `directory` (created if needed),
 // at view scale `scale` when it is above 0 (else at the window's own); with

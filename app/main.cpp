@@ -3,11 +3,14 @@
 #include "app/Console.h"
 #include "app/ErrorReport.h"
 #include "app/HostRuntime.h"
+#include "app/Inspect.h"
 #include "app/InputModule.h"
 #include "app/ScriptWatch.h"
+#include "app/TestRunner.h"
 #include "app/WindowMode.h"
 #include "app/WindowRenderer.h"
 
+#include "vyrlua/ui/KnownOperations.h"
 #include "vyrcore/config.h"
 #include "vyrcore/debug.h"
 #include "vyrcrashreporter/CrashReporter.h"
@@ -30,6 +33,7 @@ namespace {
 constexpr const char* kUsage = R"(usage: vyrlua-host [options] SCRIPT [ARGS...]
        vyrlua-host [options] --console [SCRIPT [ARGS...]]
        vyrlua-host --dump-api markdown|lua
+       vyrlua-host --test [test options] [PATH...]
 
 Runs SCRIPT in the reference host with the vyrlua library loaded. ARGS are
 passed to the script as arg[1..] and as the chunk's "...".
@@ -59,6 +63,10 @@ options:
                          "-2", "-3", ... for a name used twice; a title bar
                          with the window's title sits above its content
   --no-frame             with --render: the content only, no title bar
+  --dump-tree            (headless) at the end of the run, print the node tree
+                         of every shown top-level window: per node its
+                         metatable, ID, rectangle, theme and bound operations
+                         (what require("vyrhost.inspect")(node) returns)
   --watch                run SCRIPT again whenever it or a module it required
                          from disk changes (once the files have stayed the
                          same for a tenth of a second), closing and rebuilding
@@ -66,7 +74,10 @@ options:
                          goes on, a module that failed to load included
   --strict               any error reported (in a handler, a timer, a draw or
                          undo callback) ends the run with exit status 1 (with
-                         --watch: fails that run; the next one starts afresh)
+                         --watch: fails that run; the next one starts afresh);
+                         binding an operation no node dispatches (a misspelt
+                         "OnMouseDown") is an error at the binding, not a
+                         warning
   --dump-api FORMAT      write what the library registers, read from a live
                          state, to standard output: "markdown" (docs/api.md)
                          or "lua" (language server ---@meta definitions)
@@ -82,6 +93,24 @@ options:
                          (default: the VYRLUA_TRACE environment variable)
   --log-file FILE        write log lines to FILE instead of stderr
   --crash-report FILE    on a fatal signal, write a crash report to FILE
+
+With --test, runs the test files among PATHs (files named *_test.lua or
+*-test.lua in the directories, searched recursively, and files named
+directly; none: the current directory). Each file runs in a fresh Lua state,
+headless, on the virtual clock, with fresh temporary settings, and declares
+its tests with require("vyrhost.test") (docs/testing.md). One line per
+failure, "FILE:LINE: FAIL|ERROR TEST: MESSAGE", then "N passed, M failed";
+exit status 1 when any failed.
+test options:
+  --junit FILE           also write the results as JUnit XML to FILE
+  --update-goldens       write golden images that are missing or differ
+                         instead of failing
+  --time-limit SECONDS   how long each test may run on the virtual clock
+                         (default 60)
+  --instruction-limit N  how many Lua instructions each test may run
+                         (default 2e8): a busy loop fails rather than hangs
+  --watch                run the files again whenever one, or a module it
+                         required, changes; new test files are run too
 
 Errors are reported once per distinct message, with file, line and traceback.
 Exit status: 0 when the script ran to its end, 1 on an error in the script
@@ -104,7 +133,10 @@ struct Options {
     bool virtualClock = false;
     bool frame = true;
     std::string renderDir;
+    bool dumpTree = false;
     std::string dumpApi;
+    bool test = false;
+    vyrhost::TestOptions testOptions;
     std::string script;
     std::vector<std::string> args;
 };
@@ -185,6 +217,8 @@ int ParseOptions(int argc, char** argv, Options& options)
             if (!value(text) || !ParseNumber(text, 0.25, 8, number))
                 return Fail("--scale needs a factor from 0.25 to 8");
             options.scale = static_cast<float>(number);
+        } else if (option == "--dump-tree") {
+            options.dumpTree = true;
         } else if (option == "--no-frame") {
             options.frame = false;
         } else if (option == "--virtual-clock") {
@@ -196,12 +230,32 @@ int ParseOptions(int argc, char** argv, Options& options)
             if (!value(options.dumpApi) ||
                 (options.dumpApi != "markdown" && options.dumpApi != "lua"))
                 return Fail("--dump-api needs a format: markdown or lua");
+        } else if (option == "--test") {
+            options.test = true;
+        } else if (option == "--junit") {
+            if (!value(options.testOptions.junitFile) || options.testOptions.junitFile.empty())
+                return Fail("--junit needs a file");
+        } else if (option == "--update-goldens") {
+            options.testOptions.updateGoldens = true;
+        } else if (option == "--time-limit") {
+            if (!value(text) || !ParseNumber(text, 0.001, 1e6, options.testOptions.timeLimit))
+                return Fail("--time-limit needs a number of seconds from 0.001 to 1e6");
+        } else if (option == "--instruction-limit") {
+            if (!value(text) || !ParseNumber(text, 1e4, 1e15, options.testOptions.instructionLimit))
+                return Fail("--instruction-limit needs a number from 1e4 to 1e15");
         } else if (option == "--") {
             ++i;
             break;
         } else {
             return Fail("unknown option " + option + " (see --help)");
         }
+    }
+    if (options.test) {
+        if (options.console || !options.dumpApi.empty())
+            return Fail("--test cannot be used with --console or --dump-api");
+        options.testOptions.paths.assign(argv + i, argv + argc);
+        options.testOptions.watch = options.watch;
+        return -1;
     }
     if (i >= argc && (options.console || !options.dumpApi.empty()))
         return -1;
@@ -265,6 +319,8 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
         if (vyrhost::RunConsole(runtime, std::cin, std::cout, std::cerr, isatty(0) != 0) != 0)
             return Outcome::Failed;
     }
+    if (options.dumpTree)
+        std::cout << vyrhost::DumpWindowTrees(runtime.State());
     if (!options.renderDir.empty()) {
         for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir, options.scale, options.frame))
             std::cout << "rendered " << path << "\n";
@@ -296,12 +352,19 @@ int main(int argc, char** argv)
     vyrcore::config::SetErrorSink([&report](const std::string& message) { report.Report(message); });
     options.host.tracebacks = true;
 
-    const bool headless = options.headless || options.console || !options.renderDir.empty() ||
+    const bool headless = options.headless || options.console || !options.renderDir.empty() || options.dumpTree ||
                           !options.dumpApi.empty() || !vyrhost::WindowMode::DisplayAvailable();
     vyrhost::SetHeadless(headless);
+    // A handler bound to an operation no node dispatches never runs.
+    vyrlua::ui::SetUnknownOperationPolicy(options.strict || options.test ? vyrlua::ui::UnknownOperation::Error
+                                                                          : vyrlua::ui::UnknownOperation::Warn);
 
     int status = 0;
     try {
+        if (options.test) {
+            options.testOptions.host = options.host;
+            return vyrhost::RunTests(options.testOptions, std::cout);
+        }
         if (!options.dumpApi.empty()) {
             vyrhost::HostRuntime runtime(options.host);
             std::cout << vyrhost::DumpApi(runtime.State(), options.dumpApi);

@@ -85,10 +85,15 @@ for _, name in ipairs(sortedKeys(registry, function(k, v)
   return type(v) == "table" and not plainRegistry[k] and hasFunction(v)
 end)) do
   local mt = registry[name]
-  local methods, metamethods, seen, functions = {}, {}, {}, {}
+  local methods, metamethods, seen, functions, constants = {}, {}, {}, {}, {}
   local t, depth = mt, 0
   while type(t) == "table" and depth < 16 do
     for _, k in ipairs(sortedKeys(t)) do
+      -- Constants its values answer (surface:kTextAlignment_Center).
+      if isConstant(rawget(t, k)) and type(k) == "string" and not seen[k] then
+        seen[k] = true
+        constants[#constants + 1] = { name = k, value = rawget(t, k) }
+      end
       if type(rawget(t, k)) == "function" and not seen[k] then
         seen[k] = true
         functions[k] = rawget(t, k)
@@ -102,8 +107,9 @@ end)) do
   end
   table.sort(methods)
   table.sort(metamethods)
+  table.sort(constants, function(a, b) return a.name < b.name end)
   kinds[#kinds + 1] = { name = name, methods = methods, metamethods = metamethods,
-                        functions = functions }
+                        functions = functions, constants = constants }
 end
 
 -- Globals the library and the host program add beyond a plain state.
@@ -188,6 +194,11 @@ local function markdown()
       emit("Methods (", #k.methods, "): ", code(texts), "\n\n")
     end
     if #k.metamethods > 0 then emit("Metamethods: ", code(k.metamethods), "\n\n") end
+    if #k.constants > 0 then
+      emit("| Constant (`value.name`) | Value |\n|---|---|\n")
+      for _, c in ipairs(k.constants) do emit("| `", c.name, "` | `", constantText(c.value), "` |\n") end
+      emit("\n")
+    end
   end
   emit("## Globals\n\n")
   if #globalFunctions > 0 then emit("Functions: ", code(globalFunctions), "\n\n") end
@@ -288,6 +299,9 @@ local function lua()
     emit("---@class ", k.name, "\nlocal ", owner, " = {}\n")
     for _, f in ipairs(k.methods) do
       if luaName(f) then luaMethod(owner, f, k.functions[f]) end
+    end
+    for _, c in ipairs(k.constants) do
+      if luaName(c.name) then emit(owner, ".", c.name, " = ", constantText(c.value), "\n") end
     end
     emit("\n")
   end

@@ -1,4 +1,5 @@
 // vyrlua-host as a user runs it: arguments, exit status, error output.
+#include "HostProgramSupport.h"
 #include "vyrui/drawbot/DrawbotInterfaces.h"
 #include "vyrui/drawbot/Supplier.h"
 
@@ -24,31 +25,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome {
-    int status;
-    std::string out; // stdout and stderr together
-};
-
-// The program sits next to the test binary.
-std::string HostProgram()
-{
-    return (fs::read_symlink("/proc/self/exe").parent_path() / "vyrlua-host").string();
-}
-
-Outcome RunCommand(const std::string& command)
-{
-    Outcome outcome{-1, {}};
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return outcome;
-    std::array<char, 512> buffer;
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        outcome.out.append(buffer.data(), n);
-    int status = pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return outcome;
-}
+using vyrhost::testing::HostProgram;
+using vyrhost::testing::Outcome;
+using vyrhost::testing::RunCommand;
 
 // Headless even where a display is: the window mode has its own test.
 Outcome RunHost(const std::string& arguments)
@@ -332,7 +311,7 @@ TEST(HostProgramTest, ExamplesRenderAndTestThemselves)
     EXPECT_GT(ContentColours(out / "hello.png"), 20u);
     EXPECT_GT(ContentColours(out / "clip-panel.png"), 20u);
 
-    Outcome test = RunHost(host + (examples / "clip-panel-test.lua").string());
+    Outcome test = RunCommand(HostProgram() + " --test " + examples.string() + " 2>&1");
     EXPECT_EQ(test.status, 0) << test.out;
     EXPECT_NE(test.out.find(" passed, 0 failed\n"), std::string::npos) << test.out;
 }

@@ -2,6 +2,7 @@
 // real input would; and event tables are read strictly.
 #include "support/LuaFixture.h"
 
+#include "vyrlua/ui/KnownOperations.h"
 #include "vyrui/EventLoop.h"
 
 namespace {
@@ -62,7 +63,7 @@ TEST_F(InputSimulationTest, MouseTakesTheRoutingRealInputTakes)
               "test:1: bad argument #4 to 'press' (button 'left', 'right' or 'middle' expected)");
     EXPECT_EQ(Error("input.drag(win, {{1, 1}})"),
               "test:1: bad argument #2 to 'drag' (a path of 2 to 1024 points expected)");
-    EXPECT_EQ(Error("input.move({}, 1, 2)"), "test:1: Bad user data");
+    EXPECT_EQ(Error("input.move({}, 1, 2)"), "test:1: bad argument #1 to 'move' (node expected, got table)");
 }
 
 TEST_F(InputSimulationTest, KeysAndTextGoToTheFocusedNode)
@@ -109,7 +110,7 @@ TEST_F(InputSimulationTest, EventTablesAreReadStrictly)
     EXPECT_EQ(Eval("return input.mouse(inner, {type = 'down', x = 3, y = 4, button = 1})"), "true");
     EXPECT_EQ(Eval("return take()"), "inner down 3 4 1");
     EXPECT_EQ(Error("input.mouse(win, {type = 'down', clickcount = 2})"),
-              "test:1: vyrlua_CreateNewVYRUIMouseEvent: unknown field 'clickcount' (fields: type, "
+              "test:1: mouse: unknown field 'clickcount' (fields: type, "
               "x, y, globalX, globalY, "
               "button, buttons, modifiers, clickCount, wheelDeltaX, wheelDeltaY, timestamp)");
     EXPECT_EQ(Error("vyrlua_CreateNewVYRUIKeyboardEvent{type = 'keyDown', 'A'}"),
@@ -121,6 +122,50 @@ TEST_F(InputSimulationTest, EventTablesAreReadStrictly)
     EXPECT_EQ(Error("vyrlua_CreateNewVYRUIGestureEvent{kind = 'zoom', rotation = 'left'}"),
               "test:1: vyrlua_CreateNewVYRUIGestureEvent: field 'rotation' must be a number (got "
               "string)");
+}
+
+// inspect(node) is the tree as tables, tree(node) as text; --dump-tree
+// prints the latter for each window.
+TEST_F(InputSimulationTest, InspectShowsTheTreeWithWhatOnlyTheHostKnows)
+{
+    Run("win:SetThemeName('dark') inspect = require 'vyrhost.inspect' info = inspect(outer)");
+    EXPECT_EQ(Eval("return ('%s %s %g %g %d %s %s'):format(info.id, info.theme, info.rect.left, info.rect.width, "
+                   "#info.children, info.operations[1], info.children[1].id)"),
+              "outer dark 10 100 2 OnDoMouseEvent inner");
+    EXPECT_EQ(Eval("return inspect.tree(outer)"),
+              "vyrUINode \"outer\"  10,10 100x50  theme dark  binds OnDoMouseEvent\n"
+              "  vyrUINode \"inner\"  5,5 20x20  theme dark  binds OnDoMouseEvent\n"
+              "  vyrUINode \"off\"  50,5 20x20  theme dark\n");
+    EXPECT_EQ(Error("inspect(nil)"), "test:1: bad argument #1 to 'inspect' (node expected, got nil)");
+}
+
+// Errors name the function, the argument as the script wrote it and the
+// field, however the function was called.
+TEST_F(InputSimulationTest, ErrorsSayWhere)
+{
+    EXPECT_EQ(Error("input.click(nil, 1, 2)"), "test:1: bad argument #1 to 'click' (node expected, got nil)");
+    // Through pcall, the call has no name of its own: the module's is used.
+    EXPECT_EQ(Eval("return select(2, pcall(input.click, win))"),
+              "bad argument #2 to 'click' (number expected, got no value)");
+    EXPECT_EQ(Error("vyrcontrols.NewButton('b', {top = 1, left = 2, width = 3}, 'OK')"),
+              "test:1: bad argument #2 to 'NewButton' (field 'height': number expected, got nil)");
+    Run("s = require('vyrhost.image').supplier():CreateOffscreenSurface(10, 10, true)");
+    EXPECT_EQ(Error("s:PaintRect(vyrlua_CreateNewRectF32(0, 0, 1, 1), {red = 1, green = 1, blue = 1})"),
+              "test:1: bad argument #2 to 'PaintRect' (field 'alpha': number expected, got nil)");
+    // A method counts its arguments as written; taken from its object, self counts.
+    EXPECT_EQ(Error("s:DrawString('hi', 1, 2)"),
+              "test:1: bad argument #4 to 'DrawString' (table expected, got no value)");
+    EXPECT_EQ(Eval("return select(2, pcall(s.DrawString, s, 'hi', 1, 2))"),
+              "bad argument #5 to 'DrawString' (table expected, got no value)");
+    // A misspelt operation would never run: under --strict it is an error.
+    vyrlua::ui::SetUnknownOperationPolicy(vyrlua::ui::UnknownOperation::Error);
+    std::string misspelt = Error("win:BindVyrOperation('OnMouseDown', function() end)");
+    vyrlua::ui::SetUnknownOperationPolicy(vyrlua::ui::UnknownOperation::Warn);
+    EXPECT_EQ(misspelt, "test:1: BindVyrOperation: no node dispatches the operation 'OnMouseDown', so its "
+                        "handler would never run (operations: OnDoMouseEvent OnDoPreMouseEvent OnDoKeyboardEvent "
+                        "OnDoTouchEvent OnDoMultiTouchEvent OnDoGestureEvent OnDoCursor OnDraw OnSizeChanged "
+                        "OnLayoutChildren)");
+    EXPECT_EQ(Eval("return win:BindVyrOperation('OnMouseDown', function() end)"), "true");
 }
 
 } // namespace

@@ -221,7 +221,7 @@ TEST_F(GLTest, ClientMemoryIsCheckedAgainstWhatOpenGLWillTouch)
         gl.FreeData(block)
         return bytes[3], bytes[16], block:Size(), pcall(gl.DrawPixelsRaw, 1, 1, 'RGBA', 'FLOAT', block))"),
               (std::vector<std::string>{"255", "255", "0", "false",
-                                        "bad argument #5 to '?' (the data block was freed)"}));
+                                        "bad argument #5 to 'DrawPixelsRaw' (the data block was freed)"}));
     EXPECT_EQ(Error("local u = newproxy() debug.setmetatable(u, debug.getregistry()['vyrlua.gl.Data']) "
                     "gl.DrawPixelsRaw(1, 1, 'RGBA', 'FLOAT', u)"),
               "test:1: bad argument #5 to 'DrawPixelsRaw' (vyrlua.gl.Data expected, got userdata)");

@@ -18,7 +18,7 @@ TEST_F(LuaTest, ForgedUserdataOfEveryKindIsRefused)
         std::string forge = std::string("local meta = debug.getregistry()['") + kind +
                             "'] local u = newproxy() debug.setmetatable(u, meta) ";
         EXPECT_EQ(Error(forge + "return tostring(u)"),
-                  std::string("bad argument #1 to '?' (") + kind + " expected, got userdata)");
+                  std::string("bad argument #1 to '__tostring' (") + kind + " expected, got userdata)");
         Run(forge + "meta.__gc(u) meta.__gc(u)");
     }
     EXPECT_EQ(Error("local m = vyrlua_CreateNewVYRUIMouseEvent{x = 3}\n"

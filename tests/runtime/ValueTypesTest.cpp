@@ -135,14 +135,14 @@ TEST_F(ValueTypesTest, BadValuesRaiseStandardErrors)
     EXPECT_EQ(Error("readPointF(5)"),
               "test:1: bad argument #1 to 'readPointF' (table expected, got number)");
     EXPECT_EQ(Error("readPointF({ x = 1 })"),
-              "test:1: bad argument #-1 to 'readPointF' (number expected, got nil)");
+              "test:1: bad argument #1 to 'readPointF' (field 'y': number expected, got nil)");
     EXPECT_EQ(Error("readColor({ red = 1, green = 1, blue = {}, alpha = 1 })"),
-              "test:1: bad argument #-1 to 'readColor' (number expected, got table)");
+              "test:1: bad argument #1 to 'readColor' (field 'blue': number expected, got table)");
     // Integers must fit; floats saturate.
     EXPECT_EQ(Error("readPointI({ x = 1e10, y = 0 })"),
-              "test:1: bad argument #-1 to 'readPointI' (number has no integer representation)");
+              "test:1: bad argument #1 to 'readPointI' (field 'x': number has no integer representation)");
     EXPECT_EQ(Error("readPointI({ x = 0/0, y = 0 })"),
-              "test:1: bad argument #-1 to 'readPointI' (number has no integer representation)");
+              "test:1: bad argument #1 to 'readPointI' (field 'x': number has no integer representation)");
     EXPECT_EQ(Run("return readPointF({ x = 1e300, y = -1e300 })"), (Strings{"inf", "-inf"}));
     EXPECT_EQ(Error("readPointF(setmetatable({}, { __index = function() error('locked', 0) end }))"),
               "locked");

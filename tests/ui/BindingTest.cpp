@@ -406,7 +406,7 @@ TEST_F(UiTest, KindsAreWhatTheLibraryMadeWhateverTheirMetatable)
     // A node dressed as a pen is no pen, for its methods and as an argument.
     EXPECT_EQ(Error("debug.setmetatable(node, penMeta) local ok, err = pcall(node.GetWidth, node)\n"
                     "debug.setmetatable(node, nodeMeta) error(err, 0)"),
-              "bad argument #1 to '?' (vyrlua.drawbot.PenInterface expected, got userdata)");
+              "bad argument #1 to 'GetWidth' (vyrlua.drawbot.PenInterface expected, got userdata)");
     EXPECT_EQ(Eval("local s = require('vyrhost.image').supplier():CreateOffscreenSurface(4, 4)\n"
                    "local path = PathInterface.newPathFromSupplier(require('vyrhost.image').supplier())\n"
                    "debug.setmetatable(node, penMeta) local ok = pcall(s.StrokePath, s, path, node)\n"
@@ -417,7 +417,7 @@ TEST_F(UiTest, KindsAreWhatTheLibraryMadeWhateverTheirMetatable)
                     "debug.setmetatable(e, debug.getregistry()['vyrlua.InputCapture'])\n"
                     "local ok, err = pcall(e.IsCapturing, e)\n"
                     "debug.setmetatable(e, getmetatable(vyrlua_CreateNewVYRUIMouseEvent {})) error(err, 0)"),
-              "bad argument #1 to '?' (vyrlua.InputCapture expected, got userdata)");
+              "bad argument #1 to 'IsCapturing' (vyrlua.InputCapture expected, got userdata)");
     Run("collectgarbage() collectgarbage()");
 }
 

@@ -20,6 +20,8 @@ public:
     // The bound function's slot, or null: no copy on the dispatch path.
     const LuaFunctionRef* FindPtr(std::string_view operation) const;
     size_t OperationCount() const { return mOperations.size(); }
+    // The operations bound, by name (for inspecting a node).
+    const std::map<std::string, LuaFunctionRef, std::less<>>& Operations() const { return mOperations; }
 
     // Calls `function` with the arguments `pushArgs(L)` pushes (it returns
     // their count), asking for one result. Returns the result's Lua truth

@@ -1,6 +1,7 @@
 #include "vyrlua/ui/LuaUI_NodeWrapper.h"
 
 #include "vyrcore/config.h"
+#include "vyrlua/ui/KnownOperations.h"
 #include "vyrlua/drawbot/LuaSupplier.h"
 #include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/ui/LuaUIEvents.h"
@@ -77,6 +78,7 @@ int BindVyrOperationBody(lua_State* L)
         return PushBool(L, false);
     std::string_view operation = utility::CheckLString(L, 2);
     utility::CheckType(L, 3, LUA_TFUNCTION);
+    CheckBoundOperation(L, operation);
     LuaFunctionRef function = ReferenceFunctionArg(L);
     UI_Node* node = NodeAt(L, 1);
     LuaBindingTable* table = node ? GetLuaBindingTable(*node, true) : nullptr;

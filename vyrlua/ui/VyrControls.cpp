@@ -6,8 +6,10 @@
 #include "vyrlua/ui/controls/LuaWrapperClasses.h"
 #include "vyrlua/utility/LuaArgs.h"
 #include "vyrlua/utility/LuaBoundary.h"
+#include "vyrlua/utility/LuaModules.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 #include "vyrcore/string.h"
+#include "vyrui/theme/ThemeSlots.h"
 
 #include <array>
 #include <type_traits>
@@ -81,12 +83,29 @@ consteval auto ConstructorTable(WrapperClassList<Wrappers...>)
 
 constexpr auto kConstructors = ConstructorTable(AllWrapperClasses{});
 
+// The theme's colour slots, for node:SetCustomThemeColor(slot, colour).
+constexpr std::pair<const char*, int> kThemeColorSlots[] = {
+    {"kThemeColor_WindowBackground", vyrui::ui::kThemeColor_WindowBackground},
+    {"kThemeColor_Text", vyrui::ui::kThemeColor_Text},
+    {"kThemeColor_ControlFill", vyrui::ui::kThemeColor_ControlFill},
+    {"kThemeColor_ControlBorder", vyrui::ui::kThemeColor_ControlBorder},
+    {"kThemeColor_Accent", vyrui::ui::kThemeColor_Accent},
+    {"kThemeColor_AccentText", vyrui::ui::kThemeColor_AccentText},
+    {"kThemeColor_FocusRing", vyrui::ui::kThemeColor_FocusRing},
+    {"kThemeColor_InnerBevel", vyrui::ui::kThemeColor_InnerBevel},
+    {"kThemeColor_Warning", vyrui::ui::kThemeColor_Warning},
+    {"kThemeColor_Error", vyrui::ui::kThemeColor_Error},
+    {"kThemeColor_ApplicationDomainStart", vyrui::ui::kThemeColor_ApplicationDomainStart},
+};
+
 int OpenBody(lua_State* L)
 {
     CreateControlMetatables(L);
     CreateInteractiveChangeMessageMetatable(L);
     OpenUIEvents(L);
     luaL_register(L, "vyrcontrols", kConstructors.data());
+    for (const auto& [name, slot] : kThemeColorSlots)
+        vyrlua::SetIntegerField(L, name, slot);
     return 1;
 }
 

@@ -21,6 +21,74 @@ std::string CallerPosition(lua_State* L)
     return {};
 }
 
+struct FoundName {
+    char text[64] = {};
+};
+
+// Copies the string key at -2 when the value at -1 is the function at `f`.
+bool TakeKeyIfFunction(lua_State* L, int f, FoundName& found)
+{
+    if (lua_type(L, -2) != LUA_TSTRING || !lua_rawequal(L, -1, f))
+        return false;
+    std::strncpy(found.text, lua_tostring(L, -2), sizeof found.text - 1);
+    return true;
+}
+
+// Looks for the function `f` among the fields of the table at `t`.
+bool FindIn(lua_State* L, int t, int f, FoundName& found)
+{
+    if (lua_type(L, t) != LUA_TTABLE)
+        return false;
+    lua_pushnil(L);
+    while (lua_next(L, t) != 0) {
+        if (TakeKeyIfFunction(L, f, found)) {
+            lua_pop(L, 2);
+            return true;
+        }
+        lua_pop(L, 1);
+    }
+    return false;
+}
+
+// The name of the C function that is raising (level 1 from here), as the
+// globals or a loaded module hold it: a function called through pcall, or
+// taken out of its table, has no name of its own in the call. Protected
+// (run by lua_cpcall): nothing here may unwind through the caller.
+int FindFunctionName(lua_State* L)
+{
+    auto* found = static_cast<FoundName*>(lua_touserdata(L, 1));
+    lua_Debug ar;
+    if (!lua_checkstack(L, 8) || !lua_getstack(L, 1, &ar) || !lua_getinfo(L, "f", &ar))
+        return 0;
+    const int f = lua_gettop(L);
+    if (FindIn(L, LUA_GLOBALSINDEX, f, *found))
+        return 0;
+    // A method or metamethod of the first argument.
+    if (lua_getlocal(L, &ar, 1) != nullptr) {
+        if (lua_getmetatable(L, -1)) {
+            // Its metamethods, then its methods.
+            if (FindIn(L, lua_gettop(L), f, *found))
+                return 0;
+            lua_pushliteral(L, "__index");
+            lua_rawget(L, -2);
+            if (FindIn(L, lua_gettop(L), f, *found))
+                return 0;
+        }
+        lua_settop(L, f);
+    }
+    lua_getfield(L, LUA_REGISTRYINDEX, "_LOADED");
+    const int loaded = lua_gettop(L);
+    if (lua_type(L, loaded) != LUA_TTABLE)
+        return 0;
+    lua_pushnil(L);
+    while (lua_next(L, loaded) != 0) {
+        if (FindIn(L, lua_gettop(L), f, *found))
+            return 0;
+        lua_pop(L, 1);
+    }
+    return 0;
+}
+
 // The text luaL_argerror would raise.
 std::string ArgumentErrorText(lua_State* L, int narg, const char* message)
 {
@@ -28,6 +96,13 @@ std::string ArgumentErrorText(lua_State* L, int narg, const char* message)
     if (!lua_getstack(L, 0, &ar))
         return CallerPosition(L) + "bad argument #" + std::to_string(narg) + " (" + message + ")";
     lua_getinfo(L, "n", &ar);
+    FoundName found;
+    if (ar.name == nullptr) {
+        if (lua_cpcall(L, FindFunctionName, &found) != 0)
+            lua_pop(L, 1);
+        else if (found.text[0] != '\0')
+            ar.name = found.text;
+    }
     if (ar.namewhat != nullptr && std::strcmp(ar.namewhat, "method") == 0) {
         --narg;
         if (narg == 0)

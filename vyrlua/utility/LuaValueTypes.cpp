@@ -80,15 +80,21 @@ lua_Number NumberField(lua_State* L, int index, const utility::InternedName& nam
     return n;
 }
 
-// Narrows a field value to the host type: floats saturate to infinity, ints
-// must fit (argument -1: the field, as luaL_checknumber(L, -1) reports it).
+// A numeric field narrowed to the host type: floats saturate to infinity,
+// ints must fit. An error names the field and the table's argument:
+// "bad argument #2 to 'NewButton' (field 'height': number expected, got nil)".
 template <typename T>
-T Narrow(lua_Number n)
+T Field(lua_State* L, int index, const utility::InternedName& name)
 {
-    if constexpr (std::is_same_v<T, float>)
-        return utility::ToFloat(n);
-    else
-        return utility::ToInt(n, -1);
+    try {
+        lua_Number n = NumberField(L, index, name);
+        if constexpr (std::is_same_v<T, float>)
+            return utility::ToFloat(n);
+        else
+            return utility::ToInt(n, index);
+    } catch (const utility::ArgumentError& e) {
+        throw utility::ArgumentError(index, "field '" + std::string(name.CStr()) + "': " + e.what());
+    }
 }
 
 template <typename T>
@@ -96,8 +102,8 @@ void ReadPoint(lua_State* L, int index, PointT<T>& point)
 {
     index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
-    point.x = Narrow<T>(NumberField(L, index, kX));
-    point.y = Narrow<T>(NumberField(L, index, kY));
+    point.x = Field<T>(L, index, kX);
+    point.y = Field<T>(L, index, kY);
 }
 
 template <typename T>
@@ -105,10 +111,10 @@ void ReadRect(lua_State* L, int index, RectT<T>& rect)
 {
     index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
-    rect.top = Narrow<T>(NumberField(L, index, kTop));
-    rect.left = Narrow<T>(NumberField(L, index, kLeft));
-    rect.height = Narrow<T>(NumberField(L, index, kHeight));
-    rect.width = Narrow<T>(NumberField(L, index, kWidth));
+    rect.top = Field<T>(L, index, kTop);
+    rect.left = Field<T>(L, index, kLeft);
+    rect.height = Field<T>(L, index, kHeight);
+    rect.width = Field<T>(L, index, kWidth);
 }
 
 } // namespace
@@ -170,10 +176,10 @@ void GetColorRGBAFromLua(lua_State* L, int index, vyrui::drawbot::ColorRGBA& col
 {
     index = utility::AbsoluteIndex(L, index);
     utility::CheckType(L, index, LUA_TTABLE);
-    color.red = utility::ToFloat(NumberField(L, index, kRed));
-    color.green = utility::ToFloat(NumberField(L, index, kGreen));
-    color.blue = utility::ToFloat(NumberField(L, index, kBlue));
-    color.alpha = utility::ToFloat(NumberField(L, index, kAlpha));
+    color.red = Field<float>(L, index, kRed);
+    color.green = Field<float>(L, index, kGreen);
+    color.blue = Field<float>(L, index, kBlue);
+    color.alpha = Field<float>(L, index, kAlpha);
 }
 
 void GetMatrixF32FromLua(lua_State* L, int index, MatrixT<float>& matrix)
