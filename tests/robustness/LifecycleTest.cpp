@@ -222,4 +222,40 @@ TEST_F(Lifecycle, TenThousandDispatchesKeepTheStackAndMemoryLevel)
     EXPECT_LE(level(), before + 48) << "kilobytes in use grew";
 }
 
+// A long-lived panel rebuilds its rows, whose handlers refer to their own
+// node: a row taken out and put back, and a row held only in a Lua table,
+// still answer, after any number of collections.
+TEST_F(Lifecycle, RebuiltRowsKeepTheHandlersOfRowsStillHeld)
+{
+    Run(R"(
+        panel = vyrcontrols.NewNode()
+        heard = {}
+        local function row(name)
+          local r = vyrcontrols.NewNode(name)
+          r:UI_SetLocalRectF(Rect(0, 0, 10, 10))
+          r:BindVyrOperation('OnDoMouseEvent', function()
+            heard[#heard + 1] = r:UI_GetNodeID() return true end)
+          local ticks = 0
+          r:UI_InstallTimer(1, function() ticks = ticks + 1 end)
+          return r
+        end
+        function rebuild(n)
+          panel:DeleteChildren()
+          for i = 1, n do panel:ChildPushBack(row('row' .. i)) end
+        end
+        rebuild(3)
+        kept = { panel:ChildGet(2) }
+        again = panel:ChildGet(1)
+        panel:ChildRemove(again)
+        rebuild(3)
+        panel:ChildPushBack(again)
+        again = nil
+        collectgarbage() collectgarbage() collectgarbage())");
+    NodePtr back = GlobalNode("panel")->UI_GetChildren().back();
+    EXPECT_TRUE(back->UI_DoMouseEvent(vyrtest::MouseDown(1, 1)));
+    Run("panel:ChildPushBack(kept[1]) kept = nil collectgarbage() collectgarbage()");
+    EXPECT_TRUE(GlobalNode("panel")->UI_GetChildren().back()->UI_DoMouseEvent(vyrtest::MouseDown(1, 1)));
+    EXPECT_EQ(Eval("return table.concat(heard, ' ')"), "row1 row2");
+}
+
 } // namespace
