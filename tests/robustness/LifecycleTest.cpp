@@ -258,4 +258,45 @@ TEST_F(Lifecycle, RebuiltRowsKeepTheHandlersOfRowsStillHeld)
     EXPECT_EQ(Eval("return table.concat(heard, ' ')"), "row1 row2");
 }
 
+// Rows whose handlers and timers refer to their own node are collected with
+// them once a rebuild takes them out, however they were taken out: memory
+// and registry references stay level over hundreds of rebuilds.
+TEST_F(Lifecycle, RebuildingRowsKeepsMemoryAndReferencesLevel)
+{
+    Run(R"(
+        win = vyrcontrols.NewWindow('w', Rect(0, 0, 100, 100))
+        panel = vyrcontrols.NewNode() win:ChildPushBack(panel)
+        function rebuild(n)
+          if n % 2 == 0 then panel:DeleteChildren()
+          else while panel:ChildSize() > 0 do panel:ChildRemove(panel:ChildGet(1)) end end
+          for i = 1, 50 do
+            local row = vyrcontrols.NewNode('row')
+            row:BindVyrOperation('OnDoMouseEvent', function() return row end)
+            row:UI_InstallTimer(10, function() row:UI_Invalidate() end)
+            panel:ChildPushBack(row)
+          end
+        end)");
+    auto level = [&] {
+        for (int i = 0; i < 4; ++i)
+            lua_gc(L(), LUA_GCCOLLECT, 0);
+        return lua_gc(L(), LUA_GCCOUNT, 0);
+    };
+    // Registry slots in use (the free list holds numbers).
+    auto references = [&] {
+        int count = 0;
+        lua_pushnil(L());
+        while (lua_next(L(), LUA_REGISTRYINDEX)) {
+            count += lua_type(L(), -2) == LUA_TNUMBER && lua_type(L(), -1) != LUA_TNUMBER;
+            lua_pop(L(), 1);
+        }
+        return count;
+    };
+    Run("for n = 1, 20 do rebuild(n) end");
+    int before = level();
+    int referencesBefore = references();
+    Run("for n = 1, 300 do rebuild(n) end");
+    EXPECT_LE(level(), before + 64) << "kilobytes in use grew";
+    EXPECT_EQ(references(), referencesBefore);
+}
+
 } // namespace

@@ -20,6 +20,12 @@ public:
     // The bound function's slot, or null: no copy on the dispatch path.
     const LuaFunctionRef* FindPtr(std::string_view operation) const;
     size_t OperationCount() const { return mOperations.size(); }
+    template <typename F>
+    void ForEachFunction(F&& f) const
+    {
+        for (const auto& entry : mOperations)
+            f(entry.second);
+    }
 
     // Calls `function` with the arguments `pushArgs(L)` pushes (it returns
     // their count), asking for one result. Returns the result's Lua truth
