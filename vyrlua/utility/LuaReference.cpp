@@ -130,7 +130,9 @@ void PushAnchorTable(lua_State* L, int anchor, bool create)
     lua_rawgeti(L, -1, anchor);
     if (lua_isnil(L, -1) && create) {
         lua_pop(L, 1);
-        lua_newtable(L);
+        // Room for a node's usual references: parking them then allocates
+        // nothing, so it cannot fail for memory.
+        lua_createtable(L, 4, 0);
         lua_pushvalue(L, -1);
         lua_rawseti(L, -3, anchor);
     }
