@@ -1,5 +1,7 @@
 #include "app/Console.h"
 
+#include "app/InputModule.h"
+
 #include "vyrlua/console/ExecLuaConsoleCmd.h"
 #include "vyrworkspace/sharedui/ConsolePanel.h"
 
@@ -41,7 +43,9 @@ int RunConsole(HostRuntime& runtime, std::istream& in, std::ostream& out, std::o
     vyrworkspace::sharedui::UTF16OutputStream results;
 
     std::string line;
-    for (;;) {
+    // require("vyrhost.app").quit(), from the script or a line, ends the
+    // console as it ends the event loop.
+    while (!QuitRequested()) {
         if (prompt)
             out << "> " << std::flush;
         if (!std::getline(in, line))

@@ -353,7 +353,9 @@ struct WindowMode::Impl {
             break;
         }
         case SDL_WINDOWEVENT_FOCUS_LOST:
-            manager->SetApplicationFrontmost(false);
+            // Focus passing to another of our windows does not leave the front.
+            if (SDL_GetKeyboardFocus() == nullptr)
+                manager->SetApplicationFrontmost(false);
             break;
         default:
             break;

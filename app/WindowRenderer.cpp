@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <stdexcept>
 
 namespace vyrhost {
 
@@ -87,7 +88,7 @@ boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
     return framed;
 }
 
-std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale, bool frame)
+RenderResult RenderWindowsToPNG(const std::string& directory, float scale, bool frame)
 {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -95,11 +96,11 @@ std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float 
     if (ec)
         throw vyrcore::config::HostException("cannot create " + directory + ": " + ec.message());
 
-    std::vector<std::string> written;
+    RenderResult result;
     std::vector<std::string> taken;
     vyrui::ui::UI_NodeManager* manager = vyrui::ui::UI_NodeManager::Get(false);
     if (manager == nullptr)
-        return written;
+        return result;
     std::vector<vyrui::ui::UI_Node::Ptr> windows = manager->GetWindows();
     for (size_t i = 0; i < windows.size(); ++i) {
         auto* window = dynamic_cast<vyrui::ui::OS_Window*>(windows[i].get());
@@ -108,25 +109,36 @@ std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float 
             continue;
         if (scale > 0)
             window->SetViewScaleFactor(scale);
-        auto surface = window->RenderToSurface();
-        if (!surface) {
+        auto refused = [&](const std::string& why) {
             const vyrcore::geom::RectF& rect = window->UI_GetLocalRectF();
-            throw vyrcore::config::HostException(
-                "cannot render " + Describe(*window, i) + ": its size " + Number(rect.width) +
-                " x " + Number(rect.height) + " at scale " + Number(window->GetViewScaleFactor()) +
-                " is empty or beyond a million pixels a side");
+            result.failures.push_back("cannot render " + Describe(*window, i) + ": its size " +
+                                      Number(rect.width) + " x " + Number(rect.height) +
+                                      " at scale " + Number(window->GetViewScaleFactor()) + why);
+        };
+        boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> surface;
+        try {
+            surface = window->RenderToSurface();
+            if (surface && frame)
+                surface = Framed(*window, *surface);
+        } catch (const std::invalid_argument& e) {
+            // The surface (or the framed one) is larger than a surface can be.
+            refused(std::string(" is too large (") + e.what() + ")");
+            continue;
         }
-        if (frame)
-            surface = Framed(*window, *surface);
+        if (!surface) {
+            refused(" is empty or beyond a million pixels a side");
+            continue;
+        }
         std::string name = SafeWindowFileName(window->UI_GetNodeID(), i, taken);
         taken.push_back(name);
         std::string path = (fs::path(directory) / name).string();
-        std::string error;
-        if (!vyrui::drawbot::WritePNG(*surface, path, &error))
-            throw vyrcore::config::HostException("cannot write " + path + ": " + error);
-        written.push_back(path);
+        std::string error; // names the path
+        if (vyrui::drawbot::WritePNG(*surface, path, &error))
+            result.written.push_back(path);
+        else
+            result.failures.push_back(error);
     }
-    return written;
+    return result;
 }
 
 } // namespace vyrhost

@@ -31,14 +31,17 @@ inline constexpr float kTitleBarHeight = 24;
 boost::intrusive_ptr<vyrui::drawbot::SurfaceInterface> Framed(
     vyrui::ui::OS_Window& window, vyrui::drawbot::SurfaceInterface& content);
 
+struct RenderResult {
+    std::vector<std::string> written;  // paths, in window order
+    std::vector<std::string> failures; // one message per window, naming it
+};
+
 // Renders every shown top-level window into `directory` (created if needed),
 // at view scale `scale` when it is above 0 (else at the window's own); with
 // `frame`, a title bar showing the window's title (or ID) sits above the
-// content, as on a screen.
-// Returns the paths written. Throws vyrcore::config::HostException when the
-// directory cannot be made, a file cannot be written, or a window cannot be
-// rendered (the message names the window); windows before it are written.
-std::vector<std::string> RenderWindowsToPNG(const std::string& directory, float scale = 0,
-                                            bool frame = true);
+// content, as on a screen. A window that cannot be rendered or written is
+// reported in `failures` and the others are still written. Throws
+// vyrcore::config::HostException only when the directory cannot be made.
+RenderResult RenderWindowsToPNG(const std::string& directory, float scale = 0, bool frame = true);
 
 } // namespace vyrhost

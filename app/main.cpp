@@ -322,8 +322,14 @@ Outcome RunScript(const Options& options, bool headless, vyrhost::ErrorReport& r
     if (options.dumpTree)
         std::cout << vyrhost::DumpWindowTrees(runtime.State());
     if (!options.renderDir.empty()) {
-        for (const std::string& path : vyrhost::RenderWindowsToPNG(options.renderDir, options.scale, options.frame))
+        vyrhost::RenderResult rendered =
+            vyrhost::RenderWindowsToPNG(options.renderDir, options.scale, options.frame);
+        for (const std::string& path : rendered.written)
             std::cout << "rendered " << path << "\n";
+        for (const std::string& failure : rendered.failures)
+            report.Report(failure);
+        if (!rendered.failures.empty())
+            return Outcome::Failed;
     }
     return failed() ? Outcome::Failed : Outcome::Ok;
 }

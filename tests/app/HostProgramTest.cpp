@@ -123,6 +123,14 @@ TEST(HostProgramTest, CrashReportOnFatalSignal)
 namespace {
 
 // Width and height from a PNG file's header, or {0, 0}.
+size_t Occurrences(const std::string& text, const std::string& what)
+{
+    size_t count = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++count;
+    return count;
+}
+
 std::pair<unsigned, unsigned> PNGSize(const fs::path& path)
 {
     std::ifstream in(path, std::ios::binary);
@@ -169,6 +177,27 @@ TEST(HostProgramTest, RendersOpenWindowsToPNG)
     EXPECT_NE(empty.out.find("cannot render window 'w' (\"Nothing\"): its size 0 x 0 at scale 1"),
               std::string::npos)
         << empty.out;
+
+    // A window that cannot be rendered or written fails the run, named once,
+    // and the windows after it are still written.
+    fs::remove_all(out);
+    fs::create_directories(out / "main.png");
+    Outcome some = RunHost("--render " + out.string() + " " +
+                           Script("some.lua", "require 'vyrlua.vyrcontrols'\n"
+                                              "local R = vyrlua_CreateNewRectF32\n"
+                                              "a = vyrcontrols.NewWindow('main', R(0, 0, 8, 8))\n"
+                                              "b = vyrcontrols.NewWindow('wide', R(0, 0, 40000, 8))\n"
+                                              "c = vyrcontrols.NewWindow('last', R(0, 0, 8, 8))"));
+    EXPECT_EQ(some.status, 1);
+    EXPECT_NE(some.out.find("cannot write " + (out / "main.png").string() + ": "), std::string::npos)
+        << some.out;
+    EXPECT_EQ(Occurrences(some.out, "cannot write"), 1u) << some.out;
+    EXPECT_NE(some.out.find("cannot render window 'wide': its size 40000 x 8 at scale 1 is too "
+                            "large (surface size must be from 1 to 32767"),
+              std::string::npos)
+        << some.out;
+    EXPECT_NE(some.out.find("rendered " + (out / "last.png").string()), std::string::npos) << some.out;
+    EXPECT_EQ(PNGSize(out / "last.png"), std::make_pair(8u, 32u));
 
     // A directory that cannot be made is an error, not a silent success.
     Outcome bad = RunHost("--render /proc/no/such/dir " + script);
@@ -322,14 +351,6 @@ std::string FileText(const fs::path& path)
 {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-size_t Occurrences(const std::string& text, const std::string& what)
-{
-    size_t count = 0;
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-        ++count;
-    return count;
 }
 
 // The host program running in `dir`, stdout and stderr to dir/host.log;

@@ -105,6 +105,20 @@ TEST_F(InputSimulationTest, WaitRunsTimersOnTheVirtualClockButNotFromInsideOne)
               "test:1: wait: only headless runs, on the virtual clock, can wait");
 }
 
+// The application hears of each change, however the front changes.
+TEST_F(InputSimulationTest, ActivationReachesTheApplicationsCallbacks)
+{
+    Run("require 'vyrlua.exo.app' heard = {} "
+        "App.AddAppActivationCallback(function(e) heard[#heard + 1] = e end) "
+        "input.activate(false) input.activate(false) input.activate(true) input.activate(false)");
+    EXPECT_EQ(Run("return App.IsApplicationFrontmost(), App.GetApp() ~= nil"),
+              (std::vector<std::string>{"false", "true"}));
+    Run("win:UI_Activate()");
+    EXPECT_EQ(Run("return table.concat(heard, ','), App.IsApplicationFrontmost()"),
+              (std::vector<std::string>{"appDeactivated,appActivated,appDeactivated,appActivated",
+                                        "true"}));
+}
+
 TEST_F(InputSimulationTest, EventTablesAreReadStrictly)
 {
     EXPECT_EQ(Eval("return input.mouse(inner, {type = 'down', x = 3, y = 4, button = 1})"), "true");

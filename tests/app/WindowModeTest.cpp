@@ -84,12 +84,21 @@ TEST_F(WindowModeTest, SDLInputReachesHandlersThroughTheNodeManager)
     text.text.windowID = id;
     std::strcpy(text.text.text, "hé");
     Push(text);
+    // Focus leaving and coming back reaches the application's callbacks.
+    Run("require 'vyrlua.exo.app' App.AddAppActivationCallback(function(e) log[#log + 1] = e end)");
+    SDL_Event focus{};
+    focus.type = SDL_WINDOWEVENT;
+    focus.window.windowID = id;
+    for (auto event : {SDL_WINDOWEVENT_FOCUS_LOST, SDL_WINDOWEVENT_FOCUS_GAINED}) {
+        focus.window.event = event;
+        Push(focus);
+    }
     std::strcpy(text.text.text, "!");
     Push(text);
 
     EXPECT_EQ(mode.Run(30), WindowMode::End::Quit);
     EXPECT_EQ(Eval("return table.concat(log, '; ')"),
-              "down 10,5 x1; key 13 mods 1; char hé; char !");
+              "down 10,5 x1; key 13 mods 1; char hé; appDeactivated; appActivated; char !");
 
     // Closing the SDL window hides the node window, and the run ends.
     vyrhost::ClearQuitRequest();

@@ -178,6 +178,39 @@ TEST_F(AppTest, MenuItemsPostTheirCommandsAndShowTheirShortcuts)
               "test:1: bad argument #1 to 'GetItem' (position out of range (1 to 0))");
 }
 
+// Titles are shown by the platform's menus, which take only UTF-8; a
+// shortcut is the text of modifiers and one key.
+TEST_F(AppTest, MenusRefuseTitlesThatAreNotUTF8AndShortcutsThatAreNoKeys)
+{
+    Run("menu = OSMenu.New('Script') menu:AppendItem('Run', 7)");
+    const char* kNotUTF8 = "(title is not valid UTF-8)";
+    EXPECT_EQ(Error("OSMenu.New('\\255')"), std::string("test:1: bad argument #1 to 'New' ") + kNotUTF8);
+    EXPECT_EQ(Error("menu:SetTitle('a\\192\\128')"),
+              std::string("test:1: bad argument #1 to 'SetTitle' ") + kNotUTF8);
+    EXPECT_EQ(Error("menu:AppendItem('\\237\\160\\128', 8)"),
+              std::string("test:1: bad argument #1 to 'AppendItem' ") + kNotUTF8);
+    EXPECT_EQ(Error("menu:InsertItem(1, '\\255', 8)"),
+              std::string("test:1: bad argument #2 to 'InsertItem' ") + kNotUTF8);
+    EXPECT_EQ(Error("menu:AppendSubmenu('\\254')"),
+              std::string("test:1: bad argument #1 to 'AppendSubmenu' ") + kNotUTF8);
+    EXPECT_EQ(Error("menu:SetItemTitle(1, '\\255')"),
+              std::string("test:1: bad argument #2 to 'SetItemTitle' ") + kNotUTF8);
+    const char* kNoKey = "(shortcut must be modifiers (Ctrl, Shift, Alt, Cmd) and one key joined "
+                         "by '+', as in \"Ctrl+Shift+S\")";
+    for (const char* shortcut : {"string.rep('Ctrl+', 1000) .. 'S'", "'Ctrl+'", "'Ctrl+Foo'",
+                                 "'Shift+Shift+A'", "'S+Ctrl'", "'\\255'", "' '"})
+        EXPECT_EQ(Error(std::string("menu:AppendItem('Go', 9, ") + shortcut + ")"),
+                  std::string("test:1: bad argument #3 to 'AppendItem' ") + kNoKey)
+            << shortcut;
+    EXPECT_EQ(Eval("return menu:GetItemCount()"), "1");
+    Run("menu:AppendItem('A', 10, 'Ctrl+Shift+S') menu:AppendItem('B', 11, 'F5') "
+        "menu:InsertItem(1, 'C', 12, 'Alt+Delete') menu:AppendItem('D', 13, 'Cmd+/') "
+        "menu:AppendItem('E', 10, '')");
+    EXPECT_EQ(Run("return App.GetShortcutString(10), App.GetShortcutString(11), "
+                  "App.GetShortcutString(12), App.GetShortcutString(13), menu:GetItem(1).title"),
+              (std::vector<std::string>{"", "F5", "Alt+Delete", "Cmd+/", "C"}));
+}
+
 TEST_F(AppTest, AttachedLuaHandlersRunEnableAndCheckTheirCommands)
 {
     Run("ran, enabled, checked = {}, true, nil cmd = app:ReserveCmd() "

@@ -75,4 +75,21 @@ TEST_F(LuaTest, LocalesFormatAndParseNumbersAndDates)
               "test:1: bad argument #3 to 'Format' (unknown flags (kFormatNumberFlags_*))");
 }
 
+// Parsing cost grows faster than the text, so the parsers take texts up to a
+// bound (far beyond any number a person writes) and refuse longer ones.
+TEST_F(LuaTest, NumberParsersRefuseTextsBeyondTheirBound)
+{
+    Run("require 'vyrlua.vyrLocale' require 'vyrlua.NumberString' us = vyrLocale.New('en_US') "
+        "longest = string.rep('0', 1023) .. '5' tooLong = '0' .. longest");
+    EXPECT_EQ(Run("return us:ParseNumber(longest), us:ParsePercent(longest:sub(2) .. '%'), "
+                  "NumberString.Parse(longest, us)"),
+              (std::vector<std::string>{"5", "0.05", "5"}));
+    EXPECT_EQ(Error("us:ParseNumber(tooLong)"),
+              "test:1: bad argument #1 to 'ParseNumber' (number text longer than 1024 bytes)");
+    EXPECT_EQ(Error("us:ParsePercent(tooLong)"),
+              "test:1: bad argument #1 to 'ParsePercent' (number text longer than 1024 bytes)");
+    EXPECT_EQ(Error("NumberString.Parse(tooLong, us)"),
+              "test:1: bad argument #1 to 'Parse' (number text longer than 1024 bytes)");
+}
+
 } // namespace

@@ -38,7 +38,7 @@ protected:
         std::string dir = ::testing::TempDir() + "vyrlua-gl-view-" +
                           ::testing::UnitTest::GetInstance()->current_test_info()->name();
         std::filesystem::remove_all(dir);
-        std::vector<std::string> written = vyrhost::RenderWindowsToPNG(dir, 0, false);
+        std::vector<std::string> written = vyrhost::RenderWindowsToPNG(dir, 0, false).written;
         EXPECT_EQ(written.size(), 1u);
         std::ifstream in(dir + "/glwin.png", std::ios::binary);
         std::string bytes((std::istreambuf_iterator<char>(in)), {});

@@ -168,6 +168,8 @@ TEST(HostConsoleTest, RunsPipedLinesInOneState)
               "1\n"
               "2\tdone\n"
               "[exit 0]");
+    // Quitting the application ends the console too.
+    EXPECT_EQ(RunHostConsole("=1\nrequire('vyrhost.app').quit()\n=2\n"), "1\n[exit 0]");
 }
 
 } // namespace

@@ -95,6 +95,24 @@ std::vector<HostAction> MakeActions()
              if (UI_Node::Ptr node = PickNode(pick))
                  DestroyNodeHostSide(*node);
          }},
+        // A panel rebuilding its rows: the children leave the tree and
+        // live on only through what Lua holds (their handlers included).
+        {"take a node's children out",
+         [](exo::app::App&, unsigned pick) {
+             if (UI_Node::Ptr node = PickNode(pick))
+                 vyrui::ui::UI_Container::DeleteChildren(*node);
+         }},
+        // Out of its tree and back in elsewhere (or at the same place).
+        {"move a node",
+         [](exo::app::App&, unsigned pick) {
+             UI_Node::Ptr node = PickNode(pick);
+             UI_Node::Ptr to = PickNode(pick / 3 + 1);
+             if (!node || !node->UI_GetParentNode() || !to || to == node ||
+                 to->UI_IsChildOf(node.get()))
+                 return;
+             vyrui::ui::UI_Container::ChildRemove(*node->UI_GetParentNode(), *node);
+             vyrui::ui::UI_Container::ChildPushBack(*to, node);
+         }},
         {"close a window",
          [](exo::app::App&, unsigned pick) {
              auto* manager = vyrui::ui::UI_NodeManager::Get(false);

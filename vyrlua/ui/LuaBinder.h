@@ -22,6 +22,12 @@ public:
     size_t OperationCount() const { return mOperations.size(); }
     // The operations bound, by name (for inspecting a node).
     const std::map<std::string, LuaFunctionRef, std::less<>>& Operations() const { return mOperations; }
+    template <typename F>
+    void ForEachFunction(F&& f) const
+    {
+        for (const auto& entry : mOperations)
+            f(entry.second);
+    }
 
     // Calls `function` with the arguments `pushArgs(L)` pushes (it returns
     // their count), asking for one result. Returns the result's Lua truth

@@ -14,12 +14,39 @@
 
 namespace vyrlua::ui {
 
-LuaControlWrapperBase::LuaControlWrapperBase(const NodePtr& node, lua_State*) : node(node) {}
+LuaControlWrapperBase::LuaControlWrapperBase(const NodePtr& node, lua_State*) : node(node)
+{
+    if (LuaBindingTable* table = node ? GetLuaBindingTable(*node, true) : nullptr)
+        ++table->wrappers;
+}
 
-LuaControlWrapperBase::~LuaControlWrapperBase() = default;
+LuaControlWrapperBase::LuaControlWrapperBase(const LuaControlWrapperBase& other) : node(other.node)
+{
+    if (LuaBindingTable* table = node ? GetLuaBindingTable(*node, false) : nullptr)
+        ++table->wrappers;
+}
+
+LuaControlWrapperBase& LuaControlWrapperBase::operator=(const LuaControlWrapperBase& other)
+{
+    if (this != &other) {
+        ReleaseNode();
+        node = other.node;
+        if (LuaBindingTable* table = node ? GetLuaBindingTable(*node, false) : nullptr)
+            ++table->wrappers;
+    }
+    return *this;
+}
+
+LuaControlWrapperBase::~LuaControlWrapperBase()
+{
+    ReleaseNode();
+}
 
 void LuaControlWrapperBase::ReleaseNode()
 {
+    if (node)
+        if (LuaBindingTable* table = GetLuaBindingTable(*node, false))
+            table->WrapperGone(*node);
     // Cleared before the count drops: the node's destruction must not find
     // itself still held here.
     NodePtr old;
@@ -43,6 +70,10 @@ bool LuaControlWrapperBase::InstallTimer(lua_State*, float interval, LuaFunction
     node->UI_InstallTimer(interval, id);
     node->UI_InstallTimerNotifyFunction(notify);
     table->timers[id] = notify;
+    table->timerFunctions[id] = callback;
+    // The binder hears when the node changes place.
+    table->GetOrCreateBinder(*node);
+    table->Settle(*node);
     timerID = id;
     return true;
 }
@@ -61,6 +92,7 @@ void LuaControlWrapperBase::RemoveTimer(int timerID)
         return;
     node->UI_RemoveTimerNotifyFunction(it->second);
     table->timers.erase(it);
+    table->timerFunctions.erase(timerID);
 }
 
 bool LuaControlWrapperBase::OnDoTimerNotify(int firedID, int timerID, LuaFunctionRef callback)

@@ -24,8 +24,9 @@ using LuaFunctionRef = boost::shared_ptr<utility::LuaReference<LUA_TFUNCTION>>;
 class LuaControlWrapperBase {
 public:
     LuaControlWrapperBase(const NodePtr& node, lua_State* L);
-    LuaControlWrapperBase(const LuaControlWrapperBase&) = default;
-    LuaControlWrapperBase& operator=(const LuaControlWrapperBase&) = default;
+    // Each wrapper counts itself in the node's binding table.
+    LuaControlWrapperBase(const LuaControlWrapperBase& other);
+    LuaControlWrapperBase& operator=(const LuaControlWrapperBase& other);
     virtual ~LuaControlWrapperBase();
 
     // Installs a timer on the node that calls `callback` every `interval`

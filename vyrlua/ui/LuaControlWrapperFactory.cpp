@@ -1,5 +1,6 @@
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 
+#include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/ui/controls/LuaWrapperClasses.h"
 #include "vyrlua/utility/LuaBoundary.h"
 
@@ -93,9 +94,14 @@ int PushWrapperBody(lua_State* L)
     for (const LuaControlWrapperFactoryFunction& function : TheFactory().installed) {
         // An empty function object throws std::bad_function_call.
         if ((request->wrapper = function(node, L)))
-            return 1;
+            break;
     }
-    request->wrapper = Decide(*node).push(node, L);
+    if (!request->wrapper)
+        request->wrapper = Decide(*node).push(node, L);
+    // Every wrapper userdata of a node reaches the node's anchor, where its
+    // references are parked while no tree holds it.
+    if (LuaBindingTable* table = GetLuaBindingTable(*node, true))
+        table->AnchorWrapper(L);
     return 1;
 }
 

@@ -2,6 +2,7 @@
 
 #include "vyrlua/drawbot/LuaDrawbot.h"
 #include "vyrlua/ui/InteractiveChangeMessage.h"
+#include "vyrlua/ui/LuaBindingTable.h"
 #include "vyrlua/ui/LuaControlWrapperFactory.h"
 #include "vyrlua/ui/LuaUIEvents.h"
 #include "vyrlua/utility/LuaBoundary.h"
@@ -117,6 +118,18 @@ bool NotifyLuaFunction(const LuaFunctionRef& function, UI_Node& node,
     return utility::CallLuaReference(
         held, 0, [&](lua_State* L) { return PushNotificationArgs(L, node, notification); },
         utility::NoResults, utility::OnLuaError::Report);
+}
+
+void VyrBinder::Bind(std::string_view operation, LuaFunctionRef function)
+{
+    LuaBinder::Bind(operation, std::move(function));
+    UI_OnParentChanged(*mNode);
+}
+
+void VyrBinder::UI_OnParentChanged(UI_Node& node)
+{
+    if (LuaBindingTable* table = GetLuaBindingTable(node, false))
+        table->Settle(node);
 }
 
 bool VyrBinder::UI_Notify(UI_Node& node, const vyrui::ui::UI_Notification& notification)

@@ -14,6 +14,9 @@ public:
     explicit VyrBinder(vyrui::ui::UI_Node* node) : mNode(node) {}
 
     bool UI_Notify(vyrui::ui::UI_Node& node, const vyrui::ui::UI_Notification& notification) override;
+    // Both settle where the node's references live (LuaBindingTable).
+    void Bind(std::string_view operation, LuaFunctionRef function) override;
+    void UI_OnParentChanged(vyrui::ui::UI_Node& node) override;
 
     vyrui::ui::UI_Node* GetNode() const { return mNode; }
 

@@ -1,5 +1,7 @@
 #include "vyrlua/utility/LuaArgs.h"
 
+#include "vyrcore/string.h"
+
 #include <cmath>
 #include <limits>
 
@@ -28,6 +30,19 @@ std::string_view CheckLString(lua_State* L, int narg)
 std::string_view OptLString(lua_State* L, int narg, std::string_view def)
 {
     return lua_isnoneornil(L, narg) ? def : CheckLString(L, narg);
+}
+
+std::string_view CheckUTF8(lua_State* L, int narg, const char* what)
+{
+    std::string_view text = CheckLString(L, narg);
+    if (!vyrcore::string::IsValidUTF8CharacterString(text))
+        ThrowArgError(narg, std::string(what) + " is not valid UTF-8");
+    return text;
+}
+
+std::string_view OptUTF8(lua_State* L, int narg, const char* what, std::string_view def)
+{
+    return lua_isnoneornil(L, narg) ? def : CheckUTF8(L, narg, what);
 }
 
 lua_Number CheckNumber(lua_State* L, int narg)

@@ -17,6 +17,10 @@ namespace vyrlua::utility {
 // The view points into Lua's string and lives as long as the stack slot.
 std::string_view CheckLString(lua_State* L, int narg);
 std::string_view OptLString(lua_State* L, int narg, std::string_view def);
+// CheckLString for text shown to people: bytes that are not UTF-8 are an
+// argument error "<what> is not valid UTF-8".
+std::string_view CheckUTF8(lua_State* L, int narg, const char* what);
+std::string_view OptUTF8(lua_State* L, int narg, const char* what, std::string_view def);
 lua_Number CheckNumber(lua_State* L, int narg);
 lua_Number OptNumber(lua_State* L, int narg, lua_Number def);
 // luaL_checkinteger, but a value with no integer of that width (NaN,

@@ -28,6 +28,19 @@ KzDeferredLuaStateLocator FindDeferredLuaStateLocator(lua_State* L)
     return KzKernel_IsRegisteredLuaStateLocator(locator) ? locator : nullptr;
 }
 
+namespace {
+// The registry key of the anchors table: an address, so looking it up
+// allocates nothing.
+const char kAnchorsKey = 0;
+
+// Pushes the anchors table, or nil when none was made.
+void PushAnchors(lua_State* L)
+{
+    lua_pushlightuserdata(L, const_cast<char*>(&kAnchorsKey));
+    lua_rawget(L, LUA_REGISTRYINDEX);
+}
+} // namespace
+
 namespace detail {
 
 KzDeferredLuaStateLocator RequireLocator(lua_State* L)
@@ -54,6 +67,29 @@ void ThrowArgType(lua_State* L, int narg, int type)
     ThrowTypeError(L, narg, lua_typename(L, type));
 }
 
+void PushAnchored(lua_State* L, int anchor, int ref)
+{
+    PushAnchors(L);
+    if (lua_istable(L, -1))
+        lua_rawgeti(L, -1, anchor);
+    else
+        lua_pushnil(L);
+    if (lua_istable(L, -1))
+        lua_rawgeti(L, -1, ref);
+    else
+        lua_pushnil(L);
+    lua_replace(L, -3);
+    lua_pop(L, 1);
+}
+
+void UnrefAnchored(lua_State* L, int anchor, int ref)
+{
+    PushAnchorTable(L, anchor, false);
+    if (lua_istable(L, -1))
+        luaL_unref(L, -1, ref);
+    lua_pop(L, 1);
+}
+
 void PushForCall(lua_State* L, int ref)
 {
     PushForCallInline(L, lua_gettop(L), ref);
@@ -76,6 +112,42 @@ void ReportCurrentException()
 
 } // namespace detail
 
+void PushAnchorTable(lua_State* L, int anchor, bool create)
+{
+    PushAnchors(L);
+    if (!lua_istable(L, -1)) {
+        lua_pop(L, 1);
+        if (!create) {
+            lua_pushnil(L);
+            return;
+        }
+        lua_newtable(L);
+        lua_createtable(L, 0, 1);
+        lua_pushliteral(L, "v");
+        lua_setfield(L, -2, "__mode");
+        lua_setmetatable(L, -2);
+        lua_pushlightuserdata(L, const_cast<char*>(&kAnchorsKey));
+        lua_pushvalue(L, -2);
+        lua_rawset(L, LUA_REGISTRYINDEX);
+    }
+    lua_rawgeti(L, -1, anchor);
+    if (lua_isnil(L, -1) && create) {
+        lua_pop(L, 1);
+        // Room for a node's usual references: parking them then allocates
+        // nothing, so it cannot fail for memory.
+        lua_createtable(L, 4, 0);
+        lua_pushvalue(L, -1);
+        lua_rawseti(L, -3, anchor);
+    }
+    lua_remove(L, -2);
+}
+
+int NewAnchorNumber()
+{
+    static int next = 0;
+    return ++next;
+}
+
 bool NotifyLuaTimer(int firedID, int timerID,
                     const boost::shared_ptr<LuaReference<LUA_TFUNCTION>>& function)
 {
@@ -90,7 +162,7 @@ bool NotifyLuaTimer(int firedID, int timerID,
     // error is the script's, and the timer keeps firing.
     int top = lua_gettop(L);
     try {
-        detail::PushForCallInline(L, top, function->Ref());
+        detail::PushForCallInline(L, top, function->Ref(), function->Anchor());
         detail::CallLuaFromCppInline(L, 0, 0);
     } catch (...) {
         detail::ReportCurrentException();

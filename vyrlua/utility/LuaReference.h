@@ -37,21 +37,39 @@ KzDeferredLuaStateLocator RequireLocator(lua_State* L);
 // Checks the value on top of the stack, as luaL_checktype(L, -1, type) does.
 void CheckTopType(lua_State* L, int type);
 [[noreturn]] void ThrowArgType(lua_State* L, int narg, int type);
+// Pushes slot `ref` of anchor table `anchor` (nil when the table is gone).
+void PushAnchored(lua_State* L, int anchor, int ref);
+// Frees slot `ref` of anchor table `anchor`, if the table is still there.
+void UnrefAnchored(lua_State* L, int anchor, int ref);
 // Makes room for a call-back and pushes the referenced value.
 void PushForCall(lua_State* L, int ref);
 [[noreturn]] void ThrowNoRoomToCall();
-// PushForCall for a stack holding `top` values. On an empty stack (the
-// event loop's case) the room is there without asking Lua (EnsureStack).
-inline void PushForCallInline(lua_State* L, int top, int ref)
+// PushForCall for a stack holding `top` values, the value in the registry
+// (anchor 0) or in an anchor table. On an empty stack (the event loop's
+// case) the room is there without asking Lua (EnsureStack).
+inline void PushForCallInline(lua_State* L, int top, int ref, int anchor = 0)
 {
     if (top != 0 && !lua_checkstack(L, LUA_MINSTACK))
         ThrowNoRoomToCall();
-    lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
+    if (anchor == 0)
+        lua_rawgeti(L, LUA_REGISTRYINDEX, ref);
+    else
+        PushAnchored(L, anchor, ref);
 }
 // Called in a catch handler: hands the exception being handled to the
 // host's converter, which reports it; rethrows a foreign one.
 void ReportCurrentException();
 } // namespace detail
+
+// Anchor tables: where the references of a node that no tree holds are
+// parked, so that only the node's wrappers keep them (see LuaBindingTable).
+// The state's anchors table holds them by number with weak values.
+// Pushes anchor `anchor` (nil when collected); with `create`, a new table
+// under that number when there is none. Raises on memory errors: run it
+// protected.
+void PushAnchorTable(lua_State* L, int anchor, bool create);
+// A number for a new anchor, never given out before in the process.
+int NewAnchorNumber();
 
 template <int N>
 class LuaReference {
@@ -106,8 +124,12 @@ public:
     ~LuaReference()
     {
         if (mLocator != nullptr) {
-            if (lua_State* L = mLocator())
-                luaL_unref(L, LUA_REGISTRYINDEX, mRef);
+            if (lua_State* L = mLocator()) {
+                if (mAnchor == 0)
+                    luaL_unref(L, LUA_REGISTRYINDEX, mRef);
+                else
+                    detail::UnrefAnchored(L, mAnchor, mRef);
+            }
         }
         mRef = -1;
     }
@@ -115,18 +137,51 @@ public:
     LuaReference(const LuaReference&) = delete;
     LuaReference& operator=(const LuaReference&) = delete;
 
+    // The slot, in the registry or (Anchor() not 0) in that anchor table.
     int Ref() const { return mRef; }
+    int Anchor() const { return mAnchor; }
     KzDeferredLuaStateLocator Locator() const { return mLocator; }
     // The host's live state, or null once it is closed.
     lua_State* State() const { return mLocator != nullptr ? mLocator() : nullptr; }
     // Pushes the held value.
-    void Push(lua_State* L) const { lua_rawgeti(L, LUA_REGISTRYINDEX, mRef); }
+    void Push(lua_State* L) const
+    {
+        if (mAnchor == 0)
+            lua_rawgeti(L, LUA_REGISTRYINDEX, mRef);
+        else
+            detail::PushAnchored(L, mAnchor, mRef);
+    }
+
+    // Moves the value into anchor table `anchor` (0: the registry). Raises
+    // on memory errors before anything changed: run it protected.
+    void MoveTo(lua_State* L, int anchor)
+    {
+        if (anchor == mAnchor)
+            return;
+        Push(L);
+        int ref;
+        if (anchor == 0) {
+            ref = luaL_ref(L, LUA_REGISTRYINDEX);
+        } else {
+            PushAnchorTable(L, anchor, false);
+            lua_insert(L, -2);
+            ref = luaL_ref(L, -2);
+            lua_pop(L, 1);
+        }
+        if (mAnchor == 0)
+            luaL_unref(L, LUA_REGISTRYINDEX, mRef);
+        else
+            detail::UnrefAnchored(L, mAnchor, mRef);
+        mRef = ref;
+        mAnchor = anchor;
+    }
 
 private:
     LuaReference(KzDeferredLuaStateLocator locator, int ref) : mLocator(locator), mRef(ref) {}
 
     KzDeferredLuaStateLocator mLocator;
     int mRef;
+    int mAnchor = 0;
 };
 
 using LuaTableReference = LuaReference<LUA_TTABLE>;
@@ -191,11 +246,11 @@ bool CallLuaReferenceIn(lua_State* L, const LuaReference<N>& reference, int nres
     ScPreserveLuaStack guard(L);
     auto call = [&] {
         if (detail::PushesNothing(pushArgs)) {
-            detail::PushForCallInline(L, guard.Top(), reference.Ref());
+            detail::PushForCallInline(L, guard.Top(), reference.Ref(), reference.Anchor());
             detail::CallLuaFromCppInline(L, 0, nresults);
         } else {
             // Runner, then the function: the arguments are pushed protected.
-            detail::PushForCallInline(L, guard.Top(), reference.Ref());
+            detail::PushForCallInline(L, guard.Top(), reference.Ref(), reference.Anchor());
             detail::PushRelayRunner(L);
             lua_insert(L, -2);
             auto pusher = [&pushArgs](lua_State* S) { return pushArgs(S); };

@@ -60,28 +60,21 @@ int FormatBody(lua_State* L)
 // Percent signs are understood ("25 %" gives 0.25).
 int ParseBody(lua_State* L)
 {
-    std::string_view text = CheckLString(L, 1);
+    std::string_view text = CheckNumberText(L, 1);
     icu::Locale locale = LocaleArg(L, 2);
-    icu::UnicodeString input = icu::UnicodeString::fromUTF8(
-        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
+    std::optional<double> value;
     for (bool percent : {false, true}) {
         UErrorCode status = U_ZERO_ERROR;
         std::unique_ptr<icu::NumberFormat> format(
             percent ? icu::NumberFormat::createPercentInstance(locale, status)
                     : icu::NumberFormat::createInstance(locale, status));
-        if (U_FAILURE(status))
+        if (U_FAILURE(status) || (value = ParseWholeNumber(*format, text)))
             break;
-        icu::Formattable result;
-        icu::ParsePosition position;
-        format->parse(input, result, position);
-        double value = result.getDouble(status);
-        if (position.getErrorIndex() < 0 && position.getIndex() == input.length() &&
-            !input.isEmpty() && U_SUCCESS(status)) {
-            lua_pushnumber(L, value);
-            return 1;
-        }
     }
-    lua_pushnil(L);
+    if (value)
+        lua_pushnumber(L, *value);
+    else
+        lua_pushnil(L);
     return 1;
 }
 

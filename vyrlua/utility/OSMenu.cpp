@@ -44,7 +44,7 @@ App& RequireApp()
 
 int NewBody(lua_State* L)
 {
-    std::string_view title = OptLString(L, 1, "");
+    std::string_view title = OptUTF8(L, 1, "title", "");
     return Kind::PushMade(L, [&] { return PlatformMenu::Create(std::string(title)); });
 }
 
@@ -61,7 +61,7 @@ int GetTitleBody(lua_State* L)
 int SetTitleBody(lua_State* L)
 {
     Kind::CheckObject(L, 1);
-    std::string_view title = CheckLString(L, 2);
+    std::string_view title = CheckUTF8(L, 2, "title");
     if (PlatformMenu* menu = Kind::CheckObject(L, 1))
         menu->SetTitle(std::string(title));
     return 0;
@@ -82,10 +82,14 @@ int AddItem(lua_State* L, bool insert)
 {
     PlatformMenu* menu = Kind::CheckObject(L, 1);
     int first = insert ? 3 : 2;
-    std::string_view title = CheckLString(L, first);
+    std::string_view title = CheckUTF8(L, first, "title");
     int command = CheckInt(L, first + 1);
     std::string_view shortcut = OptLString(L, first + 2, "");
     bool withShortcut = !lua_isnoneornil(L, first + 2);
+    // "" removes the command's shortcut.
+    if (!shortcut.empty() && !exo::app::KeyMappings::IsShortcutText(shortcut))
+        ThrowArgError(first + 2, "shortcut must be modifiers (Ctrl, Shift, Alt, Cmd) and one key "
+                                 "joined by '+', as in \"Ctrl+Shift+S\"");
     menu = Kind::CheckObject(L, 1);
     if (!menu)
         return 0;
@@ -129,7 +133,7 @@ int AppendSeparatorBody(lua_State* L)
 int AppendSubmenuBody(lua_State* L)
 {
     Kind::CheckObject(L, 1);
-    std::string_view title = CheckLString(L, 2);
+    std::string_view title = CheckUTF8(L, 2, "title");
     if (!lua_isnoneornil(L, 3) && !Kind::CheckObject(L, 3))
         throw LuaError("OSMenu: the submenu was released");
     if (!Kind::CheckObject(L, 1))
@@ -232,7 +236,7 @@ int SetItemEnabledBody(lua_State* L)
 int SetItemTitleBody(lua_State* L)
 {
     return ChangeItem(L, LUA_TSTRING,
-                      [L](MenuItem& item) { item.title = std::string(CheckLString(L, 3)); });
+                      [L](MenuItem& item) { item.title = std::string(CheckUTF8(L, 3, "title")); });
 }
 
 int FindItemByCommandBody(lua_State* L)

@@ -89,23 +89,17 @@ int FormatBody(lua_State* L)
 int ParseWith(lua_State* L, icu::NumberFormat* (*make)(const icu::Locale&, UErrorCode&))
 {
     Kind::CheckObject(L, 1);
-    std::string_view text = CheckLString(L, 2);
+    std::string_view text = CheckNumberText(L, 2);
     LocaleObject* object = Kind::CheckObject(L, 1);
     if (!object)
         return 0;
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::NumberFormat> format(make(object->locale, status));
-    icu::UnicodeString input = icu::UnicodeString::fromUTF8(
-        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-    icu::Formattable result;
-    icu::ParsePosition position;
+    std::optional<double> value;
     if (U_SUCCESS(status))
-        format->parse(input, result, position);
-    bool whole = U_SUCCESS(status) && position.getErrorIndex() < 0 &&
-                 position.getIndex() == input.length() && input.length() > 0;
-    double value = whole ? result.getDouble(status) : 0;
-    if (whole && U_SUCCESS(status))
-        lua_pushnumber(L, value);
+        value = ParseWholeNumber(*format, text);
+    if (value)
+        lua_pushnumber(L, *value);
     else
         lua_pushnil(L);
     return 1;
@@ -296,6 +290,29 @@ icu::Locale LocaleArg(lua_State* L, int narg)
     if (!object)
         throw LuaError("vyrLocale: the locale was released");
     return object->locale;
+}
+
+std::string_view CheckNumberText(lua_State* L, int narg)
+{
+    std::string_view text = CheckLString(L, narg);
+    if (text.size() > kMaxNumberText)
+        ThrowArgError(narg, "number text longer than " + std::to_string(kMaxNumberText) + " bytes");
+    return text;
+}
+
+std::optional<double> ParseWholeNumber(icu::NumberFormat& format, std::string_view text)
+{
+    icu::UnicodeString input = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
+    icu::Formattable result;
+    icu::ParsePosition position;
+    format.parse(input, result, position);
+    UErrorCode status = U_ZERO_ERROR;
+    double value = result.getDouble(status);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != input.length() ||
+        input.isEmpty() || U_FAILURE(status))
+        return std::nullopt;
+    return value;
 }
 
 } // namespace vyrlua::utility

@@ -6,6 +6,13 @@
 
 #include <unicode/locid.h>
 
+#include <optional>
+#include <string_view>
+
+U_NAMESPACE_BEGIN
+class NumberFormat;
+U_NAMESPACE_END
+
 extern "C" int luaopen_vyrlua_vyrLocale(lua_State* L);
 
 namespace vyrlua::utility {
@@ -16,5 +23,14 @@ inline constexpr char kLocaleMetatable[] = "vyrlua.vyrLocale";
 // or none/nil for the user's locale. Copied out, so nothing a later Lua
 // call does can free it.
 icu::Locale LocaleArg(lua_State* L, int narg);
+
+// The text of a number to parse at `narg`. ICU's parse time grows with the
+// square of a run of digits, so texts past a bound far beyond any number a
+// person writes are refused with an argument error.
+inline constexpr size_t kMaxNumberText = 1024;
+std::string_view CheckNumberText(lua_State* L, int narg);
+
+// The number the whole of `text` reads as in `format`, if it does.
+std::optional<double> ParseWholeNumber(icu::NumberFormat& format, std::string_view text);
 
 } // namespace vyrlua::utility

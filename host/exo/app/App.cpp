@@ -24,6 +24,11 @@ AppBase::AppBase()
         item.submenu = PlatformMenu::Create(title);
         mMainMenu->InsertItem(mMainMenu->ItemCount(), std::move(item));
     }
+    // The node manager's frontmost flag (window focus, UI_Activate) and this
+    // object's activation move together.
+    vyrui::ui::UI_NodeManager* manager = vyrui::ui::UI_NodeManager::Get(true);
+    mActive = manager->IsApplicationFrontmost();
+    manager->AttachFrontmostListener(this, [this](bool active) { ActiveChanged(active); });
     // One save per burst of changes, on the loop's next pass.
     mSettings.SetChangedCallback([this] {
         if (mSavePosted)
@@ -38,6 +43,8 @@ AppBase::AppBase()
 
 AppBase::~AppBase()
 {
+    if (auto* manager = vyrui::ui::UI_NodeManager::Get(false))
+        manager->DetachFrontmostListener(this);
     try {
         mSettings.Save();
     } catch (const std::exception& e) {
@@ -79,6 +86,11 @@ void AppBase::SetApplicationActive(bool active)
 {
     if (auto* manager = vyrui::ui::UI_NodeManager::Get(false))
         manager->SetApplicationFrontmost(active);
+    ActiveChanged(active);
+}
+
+void AppBase::ActiveChanged(bool active)
+{
     if (active == mActive)
         return;
     mActive = active;

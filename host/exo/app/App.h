@@ -67,6 +67,8 @@ public:
     void RemoveActivationListener(int handle);
 
 private:
+    void ActiveChanged(bool active);
+
     std::unique_ptr<vyrui::utility::ResourceManager> mResources;
     std::unique_ptr<vyrui::EventLoop> mEventLoop;
     SettingsStore mSettings;

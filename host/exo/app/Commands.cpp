@@ -1,9 +1,12 @@
 #include "exo/app/Commands.h"
 
 #include "vyrcore/config.h"
+#include "vyrui/events/KeyCodes.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <utility>
 
 namespace exo::app {
 
@@ -79,6 +82,27 @@ CommandID SyntheticCmdMgr::ReserveCmdRange(int64_t count)
 bool SyntheticCmdMgr::IsSyntheticCmdID(int64_t id) const
 {
     return id >= kFirstSyntheticID && (mExhausted || id < mNext);
+}
+
+bool KeyMappings::IsShortcutText(std::string_view text)
+{
+    using namespace vyrui::events;
+    size_t split = text.rfind('+');
+    std::string_view key = split == std::string_view::npos ? text : text.substr(split + 1);
+    std::optional<KeyCode> code = key.size() == 1 && key[0] > ' ' ? KeyCodeFromCharacter(key[0])
+                                                                  : KeyCodeFromName(key);
+    if (!code || *code == kKey_Shift || *code == kKey_Control || *code == kKey_Alt)
+        return false;
+    constexpr std::string_view kModifiers[] = {"Ctrl", "Shift", "Alt", "Cmd"};
+    bool seen[std::size(kModifiers)] = {};
+    for (size_t at = 0; split != std::string_view::npos && at <= split;) {
+        size_t end = text.find('+', at);
+        auto found = std::find(std::begin(kModifiers), std::end(kModifiers), text.substr(at, end - at));
+        if (found == std::end(kModifiers) || std::exchange(seen[found - kModifiers], true))
+            return false;
+        at = end + 1;
+    }
+    return true;
 }
 
 void KeyMappings::SetShortcut(CommandID id, const std::string& text)

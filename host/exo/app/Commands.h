@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace exo::app {
@@ -75,6 +76,11 @@ private:
 // Keyboard shortcuts of commands, as the user sees them ("Ctrl+Shift+S").
 class KeyMappings {
 public:
+    // True for modifiers (each of Ctrl, Shift, Alt, Cmd at most once, in
+    // any order) and then one key, joined by '+': a key name ("F5",
+    // "Delete") or one printable ASCII character ("S", "/").
+    static bool IsShortcutText(std::string_view text);
+
     // An empty text removes the command's shortcut. Listeners are told of
     // every change.
     void SetShortcut(CommandID id, const std::string& text);

@@ -28,7 +28,7 @@ void SetRedrawDebugFlashDelay(double seconds);
 double GetRedrawDebugFlashDelay();
 
 // Writes the surface's (or image's) pixels as a PNG file. Returns false,
-// with the reason in `error`, when it cannot.
+// with a message that names the path ("cannot write P: ...") in `error`.
 bool WritePNG(SurfaceInterface& surface, const std::string& path, std::string* error = nullptr);
 bool WritePNG(const ImageInterface& image, const std::string& path, std::string* error = nullptr);
 

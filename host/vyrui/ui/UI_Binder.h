@@ -65,6 +65,8 @@ public:
     // Delivers the notification for `node`: false when nothing is bound to
     // its operation or the handler did not handle it.
     virtual bool UI_Notify(UI_Node& node, const UI_Notification& notification) = 0;
+    // The node was put into a tree or taken out of one.
+    virtual void UI_OnParentChanged(UI_Node& node) {}
 
 protected:
     ~UI_Binder() override = default;

@@ -1,6 +1,7 @@
 #include "vyrui/ui/UI_Container.h"
 
 #include "vyrcore/config.h"
+#include "vyrui/ui/UI_Binder.h"
 #include "vyrui/ui/UI_NodeManager.h"
 
 #include <algorithm>
@@ -26,6 +27,13 @@ void DropFocusInside(UI_Node& removed)
     UI_Node::Ptr focus = manager->GetKeyboardFocusLeafNode();
     if (focus && (focus.get() == &removed || focus->UI_IsChildOf(&removed)))
         manager->ClearKeyboardFocus();
+}
+
+// The binder hears of it (held: it may replace itself).
+void TellParentChanged(UI_Node& node)
+{
+    if (boost::intrusive_ptr<UI_Binder> binder{node.UI_GetBinder()})
+        binder->UI_OnParentChanged(node);
 }
 
 } // namespace
@@ -72,6 +80,7 @@ void UI_Container::ChildInsert(UI_Node& parent, long long position, const UI_Nod
     children.insert(children.begin() + position, held);
     held->mParent = &parent;
     held->UI_Invalidate();
+    TellParentChanged(*held);
 }
 
 int UI_Container::Height(const UI_Node& node)
@@ -96,6 +105,7 @@ void UI_Container::Detach(UI_Node& parent, size_t index)
     DropFocusInside(*child);
     parent.mChildren.erase(parent.mChildren.begin() + static_cast<std::ptrdiff_t>(index));
     child->mParent = nullptr;
+    TellParentChanged(*child);
 }
 
 bool UI_Container::ChildRemove(UI_Node& parent, UI_Node& child)
@@ -150,6 +160,8 @@ void UI_Container::DeleteChildren(UI_Node& parent)
         DropFocusInside(*child);
     }
     parent.UI_Invalidate();
+    for (const UI_Node::Ptr& child : children)
+        TellParentChanged(*child);
 }
 
 } // namespace vyrui::ui

@@ -49,6 +49,30 @@ int UI_NodeManager::GetUniqueTimerID()
     return id;
 }
 
+void UI_NodeManager::SetApplicationFrontmost(bool frontmost)
+{
+    if (frontmost == mFrontmost)
+        return;
+    mFrontmost = frontmost;
+    // A copy: the listener may detach itself.
+    if (FrontmostListener listener = mFrontmostListener)
+        listener(frontmost);
+}
+
+void UI_NodeManager::AttachFrontmostListener(const void* owner, FrontmostListener listener)
+{
+    mFrontmostOwner = owner;
+    mFrontmostListener = std::move(listener);
+}
+
+void UI_NodeManager::DetachFrontmostListener(const void* owner)
+{
+    if (owner != mFrontmostOwner)
+        return;
+    mFrontmostOwner = nullptr;
+    mFrontmostListener = nullptr;
+}
+
 void UI_NodeManager::AttachEventLoop(EventLoop* loop)
 {
     if (!mLoop)

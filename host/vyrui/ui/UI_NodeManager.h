@@ -10,6 +10,7 @@
 #include "vyrui/ui/UI_InputCapture.h"
 #include "vyrui/ui/UI_Node.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -85,8 +86,15 @@ public:
     std::shared_ptr<drawbot::SupplierInterface> GetOSDrawSupplier();
     void SetOSDrawSupplier(std::shared_ptr<drawbot::SupplierInterface> supplier);
 
+    // Whether the application is frontmost: window focus, UI_Activate and
+    // the application itself set it. A change is told to the frontmost
+    // listener, the application object's (one at a time, removed only by
+    // the owner that attached it).
     bool IsApplicationFrontmost() const { return mFrontmost; }
-    void SetApplicationFrontmost(bool frontmost) { mFrontmost = frontmost; }
+    void SetApplicationFrontmost(bool frontmost);
+    using FrontmostListener = std::function<void(bool frontmost)>;
+    void AttachFrontmostListener(const void* owner, FrontmostListener listener);
+    void DetachFrontmostListener(const void* owner);
 
     // The cursor shown; set by the node that handled the cursor message, else
     // back to kDefaultCursor.
@@ -145,6 +153,8 @@ private:
     std::shared_ptr<drawbot::SupplierInterface> mDefaultSupplier;
     std::shared_ptr<drawbot::SupplierInterface> mOSSupplier;
     bool mFrontmost = true;
+    const void* mFrontmostOwner = nullptr;
+    FrontmostListener mFrontmostListener;
     int mCursor = kDefaultCursor;
 
     WeakNode mMouseOver;
