@@ -11,7 +11,7 @@ start=$SECONDS
 "$fuzzer" -seed="$seed" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=6144 -max_len=512 \
   -print_final_stats=1 -artifact_prefix="$work/artifacts/" "$work/corpus" >"$work/log" 2>&1
 status=$?
-grep -E '^(fuzzer:|#[0-9]+ +(INITED|DONE)|Done|stat::number_of_executed_units|stat::peak_rss)' "$work/log"
+grep -E '^(INFO: Seed:|fuzzer:|#[0-9]+ +(INITED|DONE)|Done|stat::number_of_executed_units|stat::peak_rss)' "$work/log"
 echo "fuzz: exit $status after $((SECONDS - start)) s; corpus $(ls "$work/corpus" | wc -l) inputs"
 if [ "$status" -ne 0 ]; then
   tail -n 80 "$work/log"
