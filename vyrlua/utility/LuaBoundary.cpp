@@ -25,35 +25,89 @@ struct FoundName {
     char text[64] = {};
 };
 
-// Copies the string key at -2 when the value at -1 is the function at `f`.
-bool TakeKeyIfFunction(lua_State* L, int f, FoundName& found)
+// Names of C functions, by function, as the tables below hold them (a
+// weak-keyed registry table; false where no table holds the function), and
+// the metatables and modules already read into it (weak-keyed too). Looking
+// through every table on each error made a run of failing calls many times
+// slower; now each table is read once.
+constexpr const char* kFunctionNamesKey = "vyrlua.functionNames";
+constexpr const char* kNamedTablesKey = "vyrlua.namedTables";
+
+void PushWeakTable(lua_State* L, const char* key)
 {
-    if (lua_type(L, -2) != LUA_TSTRING || !lua_rawequal(L, -1, f))
-        return false;
-    std::strncpy(found.text, lua_tostring(L, -2), sizeof found.text - 1);
-    return true;
+    lua_getfield(L, LUA_REGISTRYINDEX, key);
+    if (lua_type(L, -1) == LUA_TTABLE)
+        return;
+    lua_pop(L, 1);
+    lua_newtable(L);
+    lua_newtable(L);
+    lua_pushliteral(L, "k");
+    lua_setfield(L, -2, "__mode");
+    lua_setmetatable(L, -2);
+    lua_pushvalue(L, -1);
+    lua_setfield(L, LUA_REGISTRYINDEX, key);
 }
 
-// Looks for the function `f` among the fields of the table at `t`.
-bool FindIn(lua_State* L, int t, int f, FoundName& found)
+struct NameTables {
+    int names;
+    int read;
+};
+
+// Reads the C functions of the table at `t` into the names (a function
+// keeps the first name it was found under). `once`: a table read before is
+// skipped (metatables and modules; the globals change as scripts run).
+void ReadNames(lua_State* L, int t, NameTables tables, bool once)
 {
     if (lua_type(L, t) != LUA_TTABLE)
-        return false;
+        return;
+    if (once) {
+        lua_pushvalue(L, t);
+        lua_rawget(L, tables.read);
+        const bool read = lua_toboolean(L, -1);
+        lua_pop(L, 1);
+        if (read)
+            return;
+    }
     lua_pushnil(L);
     while (lua_next(L, t) != 0) {
-        if (TakeKeyIfFunction(L, f, found)) {
-            lua_pop(L, 2);
-            return true;
+        if (lua_type(L, -2) == LUA_TSTRING && lua_iscfunction(L, -1)) {
+            lua_pushvalue(L, -1);
+            lua_rawget(L, tables.names);
+            const bool named = lua_type(L, -1) == LUA_TSTRING;
+            lua_pop(L, 1);
+            if (!named) {
+                lua_pushvalue(L, -1);
+                lua_pushvalue(L, -3);
+                lua_rawset(L, tables.names);
+            }
         }
         lua_pop(L, 1);
     }
-    return false;
+    // Marked only once read whole: a read cut short by memory is tried again.
+    if (once) {
+        lua_pushvalue(L, t);
+        lua_pushboolean(L, 1);
+        lua_rawset(L, tables.read);
+    }
+}
+
+// Copies the name known for the function at `f`; true when there is one.
+bool KnownName(lua_State* L, NameTables tables, int f, FoundName& found)
+{
+    lua_pushvalue(L, f);
+    lua_rawget(L, tables.names);
+    const bool named = lua_type(L, -1) == LUA_TSTRING;
+    if (named)
+        std::strncpy(found.text, lua_tostring(L, -1), sizeof found.text - 1);
+    lua_pop(L, 1);
+    return named;
 }
 
 // The name of the C function that is raising (level 1 from here), as the
-// globals or a loaded module hold it: a function called through pcall, or
-// taken out of its table, has no name of its own in the call. Protected
-// (run by lua_cpcall): nothing here may unwind through the caller.
+// first argument's metatable, the globals or a loaded module hold it: a
+// function called through pcall, or taken out of its table, has no name of
+// its own in the call. Protected (run by lua_cpcall): nothing here may
+// unwind through the caller.
 int FindFunctionName(lua_State* L)
 {
     auto* found = static_cast<FoundName*>(lua_touserdata(L, 1));
@@ -61,31 +115,47 @@ int FindFunctionName(lua_State* L)
     if (!lua_checkstack(L, 8) || !lua_getstack(L, 1, &ar) || !lua_getinfo(L, "f", &ar))
         return 0;
     const int f = lua_gettop(L);
-    if (FindIn(L, LUA_GLOBALSINDEX, f, *found))
+    PushWeakTable(L, kFunctionNamesKey);
+    PushWeakTable(L, kNamedTablesKey);
+    const NameTables tables{f + 1, f + 2};
+    if (KnownName(L, tables, f, *found))
         return 0;
-    // A method or metamethod of the first argument.
-    if (lua_getlocal(L, &ar, 1) != nullptr) {
-        if (lua_getmetatable(L, -1)) {
-            // Its metamethods, then its methods.
-            if (FindIn(L, lua_gettop(L), f, *found))
-                return 0;
-            lua_pushliteral(L, "__index");
-            lua_rawget(L, -2);
-            if (FindIn(L, lua_gettop(L), f, *found))
-                return 0;
-        }
-        lua_settop(L, f);
+    // A method or metamethod of the first argument: its metamethods, then
+    // its methods.
+    if (lua_getlocal(L, &ar, 1) != nullptr && lua_getmetatable(L, -1)) {
+        const int metatable = lua_gettop(L);
+        ReadNames(L, metatable, tables, true);
+        lua_pushliteral(L, "__index");
+        lua_rawget(L, metatable);
+        ReadNames(L, lua_gettop(L), tables, true);
+        if (KnownName(L, tables, f, *found))
+            return 0;
     }
+    lua_settop(L, tables.read);
+    // false: the globals and modules were looked through for it before.
+    lua_pushvalue(L, f);
+    lua_rawget(L, tables.names);
+    const bool looked = lua_type(L, -1) == LUA_TBOOLEAN;
+    lua_pop(L, 1);
+    if (looked)
+        return 0;
+    ReadNames(L, LUA_GLOBALSINDEX, tables, false);
+    if (KnownName(L, tables, f, *found))
+        return 0;
     lua_getfield(L, LUA_REGISTRYINDEX, "_LOADED");
     const int loaded = lua_gettop(L);
-    if (lua_type(L, loaded) != LUA_TTABLE)
-        return 0;
-    lua_pushnil(L);
-    while (lua_next(L, loaded) != 0) {
-        if (FindIn(L, lua_gettop(L), f, *found))
-            return 0;
-        lua_pop(L, 1);
+    if (lua_type(L, loaded) == LUA_TTABLE) {
+        lua_pushnil(L);
+        while (lua_next(L, loaded) != 0) {
+            ReadNames(L, lua_gettop(L), tables, true);
+            lua_pop(L, 1);
+        }
     }
+    if (KnownName(L, tables, f, *found))
+        return 0;
+    lua_pushvalue(L, f);
+    lua_pushboolean(L, 0);
+    lua_rawset(L, tables.names);
     return 0;
 }
 
