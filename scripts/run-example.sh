@@ -18,6 +18,7 @@ export CCACHE_BASEDIR="$PWD"
 cmake -S . -B build/puc -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVYRLUA_LUA=PUC >/dev/null
 cmake --build build/puc -j "$(nproc)" --target vyrlua-host >/dev/null
 host=build/puc/bin/vyrlua-host
+runner=("$host" --test)
 mkdir -p out
 if [ "$#" -gt 0 ]; then
   exec "$host" --headless --render out "$@"
@@ -28,4 +29,5 @@ host=("$host" --headless --strict --settings "$settings")
 "${host[@]}" --render out examples/hello.lua
 "${host[@]}" --render out --run-for 1 examples/clip-panel.lua
 "${host[@]}" examples/poster.lua out/poster.png
-"${host[@]}" examples/clip-panel-test.lua
+# The test runner gives the test fresh settings of its own.
+"${runner[@]}" examples/clip-panel-test.lua
