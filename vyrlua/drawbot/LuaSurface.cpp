@@ -12,6 +12,7 @@
 #include "vyrlua/drawbot/LuaPath.h"
 #include "vyrlua/drawbot/LuaPen.h"
 #include "vyrlua/drawbot/LuaShader.h"
+#include "vyrlua/utility/LuaStack.h"
 #include "vyrlua/utility/LuaValueTypes.h"
 #include "vyrui/drawbot/Supplier.h"
 
@@ -30,17 +31,7 @@ constexpr const char* kOutOfScope = "out-of-scope SurfaceInterface";
 
 void PushHandedOutTable(lua_State* L)
 {
-    lua_getfield(L, LUA_REGISTRYINDEX, kHandedOutKey);
-    if (lua_istable(L, -1))
-        return;
-    lua_pop(L, 1);
-    lua_newtable(L);
-    lua_createtable(L, 0, 1);
-    lua_pushliteral(L, "v");
-    lua_setfield(L, -2, "__mode");
-    lua_setmetatable(L, -2);
-    lua_pushvalue(L, -1);
-    lua_setfield(L, LUA_REGISTRYINDEX, kHandedOutKey);
+    utility::PushWeakRegistryTable(L, kHandedOutKey, "v");
 }
 
 void ReleaseObject(SurfaceObject& object)

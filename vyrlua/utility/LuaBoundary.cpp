@@ -1,5 +1,7 @@
 #include "vyrlua/utility/LuaBoundary.h"
 
+#include "vyrlua/utility/LuaStack.h"
+
 #include <cstring>
 #include <exception>
 #include <new>
@@ -32,21 +34,6 @@ struct FoundName {
 // slower; now each table is read once.
 constexpr const char* kFunctionNamesKey = "vyrlua.functionNames";
 constexpr const char* kNamedTablesKey = "vyrlua.namedTables";
-
-void PushWeakTable(lua_State* L, const char* key)
-{
-    lua_getfield(L, LUA_REGISTRYINDEX, key);
-    if (lua_type(L, -1) == LUA_TTABLE)
-        return;
-    lua_pop(L, 1);
-    lua_newtable(L);
-    lua_newtable(L);
-    lua_pushliteral(L, "k");
-    lua_setfield(L, -2, "__mode");
-    lua_setmetatable(L, -2);
-    lua_pushvalue(L, -1);
-    lua_setfield(L, LUA_REGISTRYINDEX, key);
-}
 
 struct NameTables {
     int names;
@@ -115,8 +102,8 @@ int FindFunctionName(lua_State* L)
     if (!lua_checkstack(L, 8) || !lua_getstack(L, 1, &ar) || !lua_getinfo(L, "f", &ar))
         return 0;
     const int f = lua_gettop(L);
-    PushWeakTable(L, kFunctionNamesKey);
-    PushWeakTable(L, kNamedTablesKey);
+    PushWeakRegistryTable(L, kFunctionNamesKey, "k");
+    PushWeakRegistryTable(L, kNamedTablesKey, "k");
     const NameTables tables{f + 1, f + 2};
     if (KnownName(L, tables, f, *found))
         return 0;

@@ -33,4 +33,21 @@ inline void EndHostCall(lua_State* L, int entryTop)
     lua_settop(L, lua_getstack(L, 0, &ar) != 0 ? entryTop : 0);
 }
 
+// Pushes the registry's table under `key`, made on first use with weak keys
+// or values (`mode`: "k" or "v"). May raise for memory: callers run protected.
+inline void PushWeakRegistryTable(lua_State* L, const char* key, const char* mode)
+{
+    lua_getfield(L, LUA_REGISTRYINDEX, key);
+    if (lua_istable(L, -1))
+        return;
+    lua_pop(L, 1);
+    lua_newtable(L);
+    lua_createtable(L, 0, 1);
+    lua_pushstring(L, mode);
+    lua_setfield(L, -2, "__mode");
+    lua_setmetatable(L, -2);
+    lua_pushvalue(L, -1);
+    lua_setfield(L, LUA_REGISTRYINDEX, key);
+}
+
 } // namespace vyrlua::utility
